@@ -1,0 +1,53 @@
+// The host's block cache: the interfaces a host implements to share file
+// blocks between Files, and the call that installs its factory.
+//
+// Both interfaces are reference counted (strata::classref::IRefCounted) and
+// may be called from any thread; IFileBuffer::GetBlock must accept
+// concurrent calls (shared positional reads run it from several threads).
+#pragma once
+
+#include <cstdint>
+
+#include "Ostra/OstraConfig.h"
+#include "strata/Allocator.h"
+#include "strata/ClassRef.h"
+
+namespace Ostra {
+
+// A shared block: page-aligned memory of exactly the File's block size.
+typedef strata::allocator::RecycledMemoryRef SharedBlock;
+
+// The cache of one open file.
+class IFileBuffer : public strata::classref::IRefCounted {
+ public:
+  // Which file, and which version of it (FILETIME of the last write, size
+  // in bytes), the buffer serves; called once after the file was opened.
+  virtual void SetFile(const std::uint64_t& inLastModificationTime, const UTF16String& inPath,
+                       const std::uint64_t& inSize) = 0;
+  // A block freshly read from disk at inOffset.
+  virtual void AddBlock(SharedBlock inBlock, std::uint64_t inOffset) = 0;
+  // A negative result means the block is not cached.
+  virtual Result GetBlock(std::uint64_t inOffset, std::uint32_t inSize, SharedBlock& outBlock) = 0;
+  // The File no longer needs the block resident; the cache may purge it.
+  virtual void UnpinBlock(std::uint64_t inOffset, std::uint32_t inSize) = 0;
+  // Keep the block resident until it is unpinned.
+  virtual void PinBlock(std::uint64_t inOffset, std::uint32_t inSize) = 0;
+};
+
+// Makes a buffer for each File opened for cached reading.
+class IFileBufferFactory : public strata::classref::IRefCounted {
+ public:
+  // May return an empty reference: the File is then read uncached.
+  virtual strata::classref::InterfaceRef<IFileBuffer> CreateFileBuffer() = 0;
+};
+
+namespace Foundation {
+
+// Installs the factory that Files created from now on ask for a buffer; an
+// empty reference uninstalls it. Open Files keep the buffer they have. The
+// library keeps its own reference until the factory is replaced; shutting
+// the library down does not release it. Thread-safe.
+OSTRA_API void SetFileBufferFactory(strata::classref::InterfaceRef<IFileBufferFactory> inFactory);
+
+}  // namespace Foundation
+}  // namespace Ostra

@@ -1,0 +1,6 @@
+// Every family of OstraFoundation.
+#pragma once
+
+#include "Ostra/Foundation.h"
+#include "Ostra/OstraConfig.h"
+#include "Ostra/Result.h"

@@ -1,0 +1,89 @@
+# Shared build settings: output layout, Windows macros, Boost headers, the
+# MinGW runtime and the Wine runner.
+
+# Every DLL and executable lands in one folder so programs find their DLLs.
+set(OSTRA_RUNTIME_DIR ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${OSTRA_RUNTIME_DIR})
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+
+# Nothing is exported unless marked with a library's export macro.
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+add_library(ostra_build_settings INTERFACE)
+target_compile_definitions(ostra_build_settings INTERFACE
+  UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
+if(MSVC)
+  target_compile_options(ostra_build_settings INTERFACE /W4 /utf-8 /EHsc)
+else()
+  target_compile_options(ostra_build_settings INTERFACE -Wall -Wextra
+    -Wno-unknown-pragmas)
+endif()
+
+# Boost is header-only. The cross compiler must never see /usr/include as a
+# whole, so it gets a folder that holds only a link to the boost headers.
+set(OSTRA_BOOST_ROOT "/usr/include/boost" CACHE PATH "Boost header folder")
+if(NOT EXISTS "${OSTRA_BOOST_ROOT}/shared_ptr.hpp")
+  message(FATAL_ERROR "Boost headers not found at ${OSTRA_BOOST_ROOT}")
+endif()
+set(OSTRA_BOOST_INCLUDE ${CMAKE_BINARY_DIR}/boost-include)
+file(MAKE_DIRECTORY ${OSTRA_BOOST_INCLUDE})
+if(NOT EXISTS ${OSTRA_BOOST_INCLUDE}/boost)
+  file(CREATE_LINK ${OSTRA_BOOST_ROOT} ${OSTRA_BOOST_INCLUDE}/boost SYMBOLIC)
+endif()
+add_library(ostra_boost INTERFACE)
+target_include_directories(ostra_boost SYSTEM INTERFACE ${OSTRA_BOOST_INCLUDE})
+
+# The MinGW C++ runtime is shared (one heap and one set of exception types
+# for the host and every DLL); it travels beside our DLLs.
+set(OSTRA_MINGW_RUNTIME_DLLS)
+if(MINGW)
+  foreach(dll libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
+    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${dll}
+                    OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
+    if(NOT IS_ABSOLUTE "${path}" OR NOT EXISTS "${path}")
+      message(FATAL_ERROR "MinGW runtime ${dll} not found")
+    endif()
+    file(COPY ${path} DESTINATION ${OSTRA_RUNTIME_DIR})
+    list(APPEND OSTRA_MINGW_RUNTIME_DLLS ${path})
+  endforeach()
+endif()
+
+# Windows programs of this build run under Wine when built on Linux.
+if(CMAKE_CROSSCOMPILING AND CMAKE_HOST_UNIX)
+  find_program(OSTRA_WINE NAMES wine64 PATHS /usr/lib/wine NO_DEFAULT_PATH)
+  find_program(OSTRA_WINE NAMES wine64 wine)
+  find_program(OSTRA_WINESERVER NAMES wineserver PATHS /usr/lib/wine NO_DEFAULT_PATH)
+  find_program(OSTRA_WINESERVER NAMES wineserver)
+  if(NOT OSTRA_WINE OR NOT OSTRA_WINESERVER)
+    message(FATAL_ERROR "wine64 is needed to run the tests (scripts/setup)")
+  endif()
+  set(OSTRA_WINEPREFIX ${CMAKE_BINARY_DIR}/wineprefix)
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/wine-run.in
+                 ${CMAKE_BINARY_DIR}/wine-run @ONLY
+                 FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE
+                                  GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_BINARY_DIR}/wine-run)
+endif()
+
+# ostra_add_library(<name> EXPORT_DEFINE <def> INCLUDE_DIR <dir> SOURCES ...)
+# A shared library whose public headers live in <dir>, private ones in SOURCE_DIR
+# (default Src/), and whose export macro
+# switches to dllexport when <def> is defined.
+function(ostra_add_library name)
+  cmake_parse_arguments(A "" "EXPORT_DEFINE;INCLUDE_DIR;SOURCE_DIR" "SOURCES;LIBS;PRIVATE_LIBS" ${ARGN})
+  if(NOT A_SOURCE_DIR)
+    set(A_SOURCE_DIR ${CMAKE_CURRENT_SOURCE_DIR}/Src)
+  endif()
+  add_library(${name} SHARED ${A_SOURCES})
+  # strata.dll and strata.lib, as on every Windows toolchain.
+  set_target_properties(${name} PROPERTIES PREFIX "" IMPORT_PREFIX "" IMPORT_SUFFIX ".lib")
+  target_compile_definitions(${name} PRIVATE ${A_EXPORT_DEFINE})
+  target_include_directories(${name} PUBLIC
+    $<BUILD_INTERFACE:${A_INCLUDE_DIR}>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+    PRIVATE ${A_SOURCE_DIR})
+  target_link_libraries(${name} PUBLIC ${A_LIBS} PRIVATE ostra_build_settings ${A_PRIVATE_LIBS})
+  add_library(Ostra::${name} ALIAS ${name})
+endfunction()

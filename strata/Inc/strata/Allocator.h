@@ -1,0 +1,48 @@
+// Recycled memory: fixed-size blocks shared by reference count, whose
+// storage goes back to a process-wide pool when the last reference drops,
+// so that a reader that keeps loading blocks of one size stops allocating.
+//
+// Storage is page-aligned (4096 bytes), which makes blocks usable for
+// unbuffered I/O. Create and the release of blocks are thread-safe; the
+// contents of one block are not synchronised.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include "strata/StrataConfig.h"
+
+namespace strata {
+namespace allocator {
+
+class RecycledMemory;
+typedef std::shared_ptr<RecycledMemory> RecycledMemoryRef;
+
+class STRATA_API RecycledMemory {
+ public:
+  // A block of exactly inSize bytes (contents undefined), or an empty
+  // reference when inSize is 0 or the memory cannot be had.
+  static RecycledMemoryRef Create(std::size_t inSize);
+
+  // Frees the pooled storage that no block uses; returns the bytes freed.
+  static std::size_t ReleaseUnusedMemory();
+  // Bytes held by the pool for reuse.
+  static std::size_t GetPooledBytes();
+
+  ~RecycledMemory();
+  RecycledMemory(const RecycledMemory&) = delete;
+  RecycledMemory& operator=(const RecycledMemory&) = delete;
+
+  unsigned char* GetData() { return mData; }
+  const unsigned char* GetData() const { return mData; }
+  std::size_t GetSize() const { return mSize; }
+
+ private:
+  RecycledMemory(unsigned char* inData, std::size_t inSize);
+  // A block is only a pointer and a length; it has no other state to hide.
+  unsigned char* mData;
+  std::size_t mSize;
+};
+
+}  // namespace allocator
+}  // namespace strata

@@ -1,0 +1,7 @@
+#include "strata/Impl.h"
+
+namespace strata {
+
+Impl::~Impl() = default;
+
+}  // namespace strata

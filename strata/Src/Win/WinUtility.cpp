@@ -1,0 +1,116 @@
+#include "strata/Utility.h"
+
+#include <windows.h>
+#include <bcrypt.h>
+
+#include <random>
+#include <vector>
+
+#include "WinProcess.h"
+
+namespace strata {
+namespace utility {
+
+// ------------------------------------------------------------------- Guid
+
+Guid Guid::CreateUnique() {
+  Guid guid;
+  const NTSTATUS status = BCryptGenRandom(nullptr, guid.mBytes, sizeof(guid.mBytes),
+                                          BCRYPT_USE_SYSTEM_PREFERRED_RNG);
+  if (status < 0) {
+    // The system generator does not fail in practice; should it, the
+    // runtime's generator still gives a usable identifier.
+    std::random_device device;
+    for (unsigned char& byte : guid.mBytes) byte = static_cast<unsigned char>(device());
+  }
+  // Version 4 lives in the top nibble of Data3, stored little-endian.
+  guid.mBytes[7] = static_cast<unsigned char>((guid.mBytes[7] & 0x0F) | 0x40);
+  // RFC variant: the top two bits of Data4[0] are 10.
+  guid.mBytes[8] = static_cast<unsigned char>((guid.mBytes[8] & 0x3F) | 0x80);
+  return guid;
+}
+
+// ------------------------------------------------------ HighPrecisionTime
+
+std::uint64_t HighPrecisionTime::GetCurrentTimeStamp() {
+  LARGE_INTEGER counter;
+  QueryPerformanceCounter(&counter);  // cannot fail on Windows XP and later
+  return static_cast<std::uint64_t>(counter.QuadPart);
+}
+
+std::uint64_t HighPrecisionTime::GetFrequency() {
+  // Fixed at boot, so one query serves the whole run.
+  static const std::uint64_t sFrequency = [] {
+    LARGE_INTEGER frequency;
+    QueryPerformanceFrequency(&frequency);
+    return static_cast<std::uint64_t>(frequency.QuadPart);
+  }();
+  return sFrequency;
+}
+
+double HighPrecisionTime::ToSeconds(std::uint64_t inTimeStampDelta) {
+  return static_cast<double>(inTimeStampDelta) / static_cast<double>(GetFrequency());
+}
+
+// ------------------------------------------------------------ Module path
+
+UTF16String GetModulePath(void* inModuleHandle) {
+  // Long-path-aware processes may exceed MAX_PATH; the API only says the
+  // buffer was too small, so grow it until the name fits.
+  const DWORD kMaxLength = 0x10000;
+  std::vector<wchar_t> buffer(MAX_PATH);
+  for (;;) {
+    const DWORD size = static_cast<DWORD>(buffer.size());
+    const DWORD length =
+        GetModuleFileNameW(static_cast<HMODULE>(inModuleHandle), buffer.data(), size);
+    if (length == 0) return UTF16String();
+    if (length < size) return UTF16String(buffer.data(), length);
+    if (size >= kMaxLength) return UTF16String();
+    buffer.resize(size * 2);
+  }
+}
+
+// -------------------------------------------------------------- FileUtils
+
+namespace {
+
+// Long absolute paths need the extended-length prefix, under which the
+// system no longer turns '/' into '\'.
+UTF16String ToSystemPath(const UTF16String& inPath) {
+  const std::size_t kLegacyMaxLength = MAX_PATH - 1;
+  if (inPath.size() <= kLegacyMaxLength) return inPath;
+  const bool isDrivePath = inPath.size() >= 3 && inPath[1] == L':' &&
+                           (inPath[2] == L'\\' || inPath[2] == L'/') &&
+                           ((inPath[0] >= L'A' && inPath[0] <= L'Z') ||
+                            (inPath[0] >= L'a' && inPath[0] <= L'z'));
+  if (!isDrivePath) return inPath;
+  UTF16String result = L"\\\\?\\" + inPath;
+  for (wchar_t& c : result) {
+    if (c == L'/') c = L'\\';
+  }
+  return result;
+}
+
+}  // namespace
+
+bool FileUtils::IsHidden(const UTF16String& inPath) {
+  if (inPath.empty()) return false;
+  const DWORD attributes = GetFileAttributesW(ToSystemPath(inPath).c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_HIDDEN) != 0;
+}
+
+}  // namespace utility
+
+namespace win {
+
+UTF16String GetExecutableBaseName() {
+  const UTF16String path = utility::GetModulePath(nullptr);
+  const std::size_t slash = path.find_last_of(L"\\/");
+  UTF16String name = slash == UTF16String::npos ? path : path.substr(slash + 1);
+  const std::size_t dot = name.rfind(L'.');
+  if (dot != UTF16String::npos && dot > 0) name.erase(dot);
+  return name;
+}
+
+}  // namespace win
+}  // namespace strata
