@@ -11,80 +11,41 @@ namespace {
 
 using Ostra::RGBColor;
 
-const std::uint32_t kUntouched = 999;
+const std::uint32_t kNotWritten = 999;
 
-struct Reading {
-  std::uint32_t hue = kUntouched, saturation = kUntouched, level = kUntouched;
-  bool hueWritten = true, saturationWritten = false;
-};
-
-Reading HSL(const RGBColor& inColor) {
-  Reading reading;
-  Ostra::ColorRGBtoHSL(inColor, reading.hue, reading.saturation, reading.level,
-                       &reading.hueWritten, &reading.saturationWritten);
-  return reading;
-}
-
-Reading HSV(const RGBColor& inColor) {
-  Reading reading;
-  Ostra::ColorRGBtoHSV(inColor, reading.hue, reading.saturation, reading.level,
-                       &reading.hueWritten, &reading.saturationWritten);
-  return reading;
-}
-
-void ExpectReading(const Reading& inReading, std::uint32_t inHue, std::uint32_t inSaturation,
-                   std::uint32_t inLevel) {
-  EXPECT_EQ(inHue, inReading.hue);
-  EXPECT_EQ(inSaturation, inReading.saturation);
-  EXPECT_EQ(inLevel, inReading.level);
-  EXPECT_EQ(inHue != kUntouched, inReading.hueWritten);
-  EXPECT_EQ(inSaturation != kUntouched, inReading.saturationWritten);
-}
-
-TEST(ColorRGBtoHSL, WritesOnlyWhatIsDefinedAndUsesChromaAsSaturation) {
+TEST(ColorRGBtoHSLandHSV, WriteOnlyWhatIsDefinedWithChromaAsHSLSaturation) {
   const struct {
+    bool hsl;
     RGBColor color;
-    std::uint32_t hue, saturation, lightness;
+    std::uint32_t hue, saturation, level;
   } rows[] = {
-      {RGBColor(0, 0, 0), kUntouched, kUntouched, 0},
-      {RGBColor(128, 128, 128), kUntouched, 0, 50},
-      {RGBColor(255, 255, 255), kUntouched, 0, 100},
-      {RGBColor(255, 0, 0), 0, 100, 50},
-      {RGBColor(0, 255, 0), 120, 100, 50},
-      {RGBColor(0, 0, 255), 240, 100, 50},
-      // Chroma, not the usual 100 * C / (2 - 2L) = 99.
-      {RGBColor(255, 128, 128), 0, 50, 75},
-      // Just below a full turn rounds up to 360.
-      {RGBColor(255, 0, 1), 360, 100, 50},
+      {true, RGBColor(0, 0, 0), kNotWritten, kNotWritten, 0},
+      {true, RGBColor(128, 128, 128), kNotWritten, 0, 50},
+      {true, RGBColor(255, 0, 0), 0, 100, 50},
+      {true, RGBColor(0, 255, 0), 120, 100, 50},
+      {true, RGBColor(255, 128, 128), 0, 50, 75},  // the usual formula gives 99
+      {true, RGBColor(255, 0, 1), 360, 100, 50},   // just below a full turn
+      {false, RGBColor(0, 0, 0), kNotWritten, kNotWritten, 0},
+      {false, RGBColor(128, 128, 128), kNotWritten, 0, 50},
+      {false, RGBColor(0, 0, 255), 240, 100, 100},
+      {false, RGBColor(255, 128, 128), 0, 50, 100},
+      {false, RGBColor(10, 20, 30), 210, 67, 12},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(::testing::Message() << int(row.color.mRed) << "," << int(row.color.mGreen)
-                                      << "," << int(row.color.mBlue));
-    ExpectReading(HSL(row.color), row.hue, row.saturation, row.lightness);
+    SCOPED_TRACE(::testing::Message() << (row.hsl ? "HSL " : "HSV ") << int(row.color.mRed) << ","
+                                      << int(row.color.mGreen) << "," << int(row.color.mBlue));
+    std::uint32_t h = kNotWritten, s = kNotWritten, level = kNotWritten;
+    bool hueWritten = true, saturationWritten = false;
+    if (row.hsl)
+      Ostra::ColorRGBtoHSL(row.color, h, s, level, &hueWritten, &saturationWritten);
+    else
+      Ostra::ColorRGBtoHSV(row.color, h, s, level, &hueWritten, &saturationWritten);
+    EXPECT_EQ(row.hue, h);
+    EXPECT_EQ(row.saturation, s);
+    EXPECT_EQ(row.level, level);
+    EXPECT_EQ(row.hue != kNotWritten, hueWritten);
+    EXPECT_EQ(row.saturation != kNotWritten, saturationWritten);
   }
-}
-
-TEST(ColorRGBtoHSV, WritesOnlyWhatIsDefined) {
-  const struct {
-    RGBColor color;
-    std::uint32_t hue, saturation, value;
-  } rows[] = {
-      {RGBColor(0, 0, 0), kUntouched, kUntouched, 0},
-      {RGBColor(128, 128, 128), kUntouched, 0, 50},
-      {RGBColor(0, 0, 255), 240, 100, 100},
-      {RGBColor(255, 255, 0), 60, 100, 100},
-      {RGBColor(255, 128, 128), 0, 50, 100},
-      {RGBColor(0, 128, 128), 180, 100, 50},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(::testing::Message() << int(row.color.mRed) << "," << int(row.color.mGreen)
-                                      << "," << int(row.color.mBlue));
-    ExpectReading(HSV(row.color), row.hue, row.saturation, row.value);
-  }
-  // Null flags are allowed.
-  std::uint32_t h = 0, s = 0, v = 0;
-  Ostra::ColorRGBtoHSV(RGBColor(10, 20, 30), h, s, v);
-  EXPECT_EQ(210u, h);
 }
 
 TEST(ColorToRGB, FullTurnIsBlackInHSLAndRedInHSV) {
@@ -94,10 +55,11 @@ TEST(ColorToRGB, FullTurnIsBlackInHSLAndRedInHSV) {
     RGBColor expected;
   } rows[] = {
       {true, 360, 100, 50, RGBColor(0, 0, 0)},     {true, 0, 100, 50, RGBColor(255, 0, 0)},
-      {true, 120, 100, 50, RGBColor(0, 255, 0)},   {true, 240, 100, 25, RGBColor(0, 0, 128)},
-      {true, 0, 0, 50, RGBColor(128, 128, 128)},   {true, 0, 0, 0, RGBColor(0, 0, 0)},
+      {true, 240, 100, 25, RGBColor(0, 0, 128)},   {true, 0, 0, 50, RGBColor(128, 128, 128)},
+      {true, 0, 0, 150, RGBColor(127, 127, 127)},  // 383 is not clamped: the byte wraps
       {false, 360, 100, 100, RGBColor(255, 0, 0)}, {false, 60, 100, 100, RGBColor(255, 255, 0)},
-      {false, 0, 0, 50, RGBColor(128, 128, 128)},  {false, 300, 50, 100, RGBColor(255, 128, 255)},
+      {false, 300, 50, 100, RGBColor(255, 128, 255)},
+      {false, 400, 100, 100, RGBColor(1, 2, 3)},   // no sextant: the caller's colour stays
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(::testing::Message() << (row.hsl ? "HSL " : "HSV ") << row.a << "," << row.b
@@ -109,101 +71,10 @@ TEST(ColorToRGB, FullTurnIsBlackInHSLAndRedInHSV) {
       Ostra::ColorHSVtoRGB(row.a, row.b, row.c, color);
     EXPECT_EQ(row.expected, color);
   }
-  // An HSV hue without a sextant leaves the caller's colour.
-  RGBColor kept(1, 2, 3);
-  Ostra::ColorHSVtoRGB(400, 100, 100, kept);
-  EXPECT_EQ(RGBColor(1, 2, 3), kept);
-  float r = 0.25f, g = 0.5f, b = 0.75f;
-  Ostra::NormalizedHSVtoRGB(std::numeric_limits<float>::quiet_NaN(), 1, 1, r, g, b);
-  EXPECT_EQ(0.25f, r);
-}
-
-TEST(ColorRoundTrips, RGBThroughHSVAndYUVComeBackClose) {
-  for (int r = 0; r < 256; r += 5) {
-    for (int g = 0; g < 256; g += 5) {
-      for (int b = 0; b < 256; b += 5) {
-        const RGBColor color(r, g, b);
-        std::uint32_t h = 0, s = 0, v = 0;
-        Ostra::ColorRGBtoHSV(color, h, s, v);
-        RGBColor back;
-        Ostra::ColorHSVtoRGB(h, s, v, back);
-        // Whole degrees and percent hold about 1.3 steps of 8 bits.
-        ASSERT_LE(std::abs(back.mRed - r) + std::abs(back.mGreen - g) + std::abs(back.mBlue - b),
-                  9)
-            << r << "," << g << "," << b;
-
-        unsigned char y;
-        signed char u, w;
-        Ostra::ColorRGBtoYUV(color, y, u, w);
-        ASSERT_GE(y, 16);
-        ASSERT_LE(y, 235);
-        RGBColor fromYUV;
-        // A colour that came from RGB always has a channel in range.
-        ASSERT_TRUE(Ostra::ColorYUVtoRGB(y, u, w, fromYUV));
-        // Both directions truncate: at most four steps.
-        ASSERT_LE(std::abs(fromYUV.mRed - r), 4) << r << "," << g << "," << b;
-        ASSERT_LE(std::abs(fromYUV.mGreen - g), 4) << r << "," << g << "," << b;
-        ASSERT_LE(std::abs(fromYUV.mBlue - b), 4) << r << "," << g << "," << b;
-      }
-    }
-  }
-}
-
-TEST(ColorYUV, StudioRangeAndTheAnyChannelRule) {
-  unsigned char y;
-  signed char u, v;
-  Ostra::ColorRGBtoYUV(RGBColor(255, 255, 255), y, u, v);
-  EXPECT_EQ(235, y);
-  EXPECT_EQ(0, u);
-  EXPECT_EQ(0, v);
-  Ostra::ColorRGBtoYUV(RGBColor(0, 0, 0), y, u, v);
-  EXPECT_EQ(16, y);
-  EXPECT_EQ(0, u);
-  EXPECT_EQ(0, v);
-  Ostra::ColorRGBtoYUV(RGBColor(0, 0, 255), y, u, v);
-  EXPECT_EQ(40, y);
-  EXPECT_EQ(111, u);
-  EXPECT_EQ(-19, v);
-
-  const struct {
-    unsigned char y;
-    signed char u, v;
-    bool result;
-    RGBColor color;
-  } rows[] = {
-      {16, 0, 0, true, RGBColor(0, 0, 0)},
-      {235, 0, 0, true, RGBColor(254, 254, 254)},
-      // Only green in range: still true.
-      {255, 127, -128, true, RGBColor(73, 255, 255)},
-      // All three clamped: the only false.
-      {0, -67, 11, false, RGBColor(0, 0, 0)},
-      {255, 83, -13, false, RGBColor(255, 255, 255)},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(::testing::Message() << int(row.y) << "," << int(row.u) << "," << int(row.v));
-    RGBColor color;
-    EXPECT_EQ(row.result, Ostra::ColorYUVtoRGB(row.y, row.u, row.v, color));
-    EXPECT_EQ(row.color, color);
-  }
-
-  // The float form rounds half away from zero where the byte form truncates.
-  RGBColor rounded, truncated;
-  Ostra::ColorYUVtoRGBf(235.0f, 0.0f, 0.0f, rounded);
-  EXPECT_EQ(RGBColor(255, 255, 255), rounded);
-  Ostra::ColorYUVtoRGB(235, 0, 0, truncated);
-  EXPECT_EQ(RGBColor(254, 254, 254), truncated);
-  Ostra::ColorYUVtoRGBf(std::numeric_limits<float>::quiet_NaN(), 1e30f, -1e30f, rounded);
-  EXPECT_EQ(0, rounded.mRed);
-
-  // The compound forms agree with their two steps.
-  std::uint32_t h = kUntouched, s = kUntouched, l = kUntouched;
-  Ostra::ColorYUVtoHSL(235, 0, 0, h, s, l);
-  EXPECT_EQ(kUntouched, h);  // grey: no hue
-  EXPECT_EQ(0u, s);
-  EXPECT_EQ(100u, l);
-  Ostra::ColorHSVtoYUV(240, 100, 100, y, u, v);
-  EXPECT_EQ(40, y);
-  EXPECT_EQ(111, u);
+  // Huge inputs must not reach an undefined float-to-integer conversion.
+  RGBColor color;
+  Ostra::ColorHSLtoRGB(0xFFFFFFFFu, 0xFFFFFFFFu, 0xFFFFFFFFu, color);
+  Ostra::ColorHSVtoRGB(0xFFFFFFFFu, 0xFFFFFFFFu, 0xFFFFFFFFu, color);
 }
 
 TEST(ColorHSLandHSV, ConvertThroughRGBKeepingHueAndBlackSaturation) {
@@ -211,9 +82,9 @@ TEST(ColorHSLandHSV, ConvertThroughRGBKeepingHueAndBlackSaturation) {
     bool fromHSL;
     std::uint32_t h, s, level, expectedS, expectedLevel;
   } rows[] = {
-      {true, 0, 100, 50, 100, 100},  {true, 200, 40, 0, 40, 0},   // black keeps S
-      {true, 120, 0, 50, 0, 50},     {false, 0, 100, 100, 100, 50},
-      {false, 77, 60, 0, 60, 0},     {false, 240, 50, 100, 50, 75},
+      {true, 0, 100, 50, 100, 100}, {true, 200, 40, 0, 40, 0},  // black keeps its S
+      {true, 120, 0, 50, 0, 50},    {false, 0, 100, 100, 100, 50},
+      {false, 77, 60, 0, 60, 0},    {false, 240, 50, 100, 50, 75},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(::testing::Message() << row.fromHSL << " " << row.h << "," << row.s << ","
@@ -229,25 +100,98 @@ TEST(ColorHSLandHSV, ConvertThroughRGBKeepingHueAndBlackSaturation) {
   }
 }
 
+TEST(ColorRoundTrips, RGBThroughHSVAndYUVComeBackClose) {
+  for (int r = 0; r < 256; r += 5) {
+    for (int g = 0; g < 256; g += 5) {
+      for (int b = 0; b < 256; b += 5) {
+        const RGBColor color(r, g, b);
+        std::uint32_t h = 0, s = 0, v = 0;
+        Ostra::ColorRGBtoHSV(color, h, s, v);
+        RGBColor back;
+        Ostra::ColorHSVtoRGB(h, s, v, back);
+        // Whole degrees and percent: about a step and a third per channel.
+        ASSERT_LE(std::abs(back.mRed - r) + std::abs(back.mGreen - g) + std::abs(back.mBlue - b), 9)
+            << r << "," << g << "," << b;
+
+        unsigned char y;
+        signed char u, w;
+        Ostra::ColorRGBtoYUV(color, y, u, w);
+        ASSERT_TRUE(y >= 16 && y <= 235);
+        // A colour that came from RGB always has a channel in range.
+        ASSERT_TRUE(Ostra::ColorYUVtoRGB(y, u, w, back));
+        // Both directions truncate: at most four steps.
+        ASSERT_LE(std::abs(back.mRed - r), 4) << r << "," << g << "," << b;
+        ASSERT_LE(std::abs(back.mGreen - g), 4) << r << "," << g << "," << b;
+        ASSERT_LE(std::abs(back.mBlue - b), 4) << r << "," << g << "," << b;
+      }
+    }
+  }
+}
+
+TEST(ColorYUV, StudioRangeAndTheAnyChannelRule) {
+  const struct {
+    RGBColor color;
+    int y, u, v;
+  } forward[] = {{RGBColor(255, 255, 255), 235, 0, 0}, {RGBColor(0, 0, 0), 16, 0, 0},
+                 {RGBColor(0, 0, 255), 40, 111, -19}};
+  for (const auto& row : forward) {
+    SCOPED_TRACE(row.y);
+    unsigned char y;
+    signed char u, v;
+    Ostra::ColorRGBtoYUV(row.color, y, u, v);
+    EXPECT_EQ(row.y, y);
+    EXPECT_EQ(row.u, u);
+    EXPECT_EQ(row.v, v);
+  }
+  const struct {
+    unsigned char y;
+    signed char u, v;
+    bool result;
+    RGBColor color;
+  } back[] = {
+      {235, 0, 0, true, RGBColor(254, 254, 254)},
+      {255, 127, -128, true, RGBColor(73, 255, 255)},  // only red in range: still true
+      {0, -67, 11, false, RGBColor(0, 0, 0)},          // all three clamped
+      {255, 83, -13, false, RGBColor(255, 255, 255)},
+  };
+  for (const auto& row : back) {
+    SCOPED_TRACE(::testing::Message() << int(row.y) << "," << int(row.u) << "," << int(row.v));
+    RGBColor color;
+    EXPECT_EQ(row.result, Ostra::ColorYUVtoRGB(row.y, row.u, row.v, color));
+    EXPECT_EQ(row.color, color);
+  }
+  // The float form rounds where the byte form truncates; NaN gives 0.
+  RGBColor color;
+  Ostra::ColorYUVtoRGBf(235.0f, 0.0f, 0.0f, color);
+  EXPECT_EQ(RGBColor(255, 255, 255), color);
+  Ostra::ColorYUVtoRGBf(std::numeric_limits<float>::quiet_NaN(), 1e30f, -1e30f, color);
+  EXPECT_EQ(0, color.mRed);
+
+  std::uint32_t h = kNotWritten, s = 0, l = 0;
+  Ostra::ColorYUVtoHSL(235, 0, 0, h, s, l);
+  EXPECT_EQ(kNotWritten, h);  // grey: no hue
+  EXPECT_EQ(100u, l);
+  unsigned char y;
+  signed char u, v;
+  Ostra::ColorHSVtoYUV(240, 100, 100, y, u, v);
+  EXPECT_EQ(40, y);
+}
+
 TEST(ColorFloat, YPbPrYIQAndVideoLevels) {
   for (float r : {0.0f, 0.3f, 1.0f}) {
     for (float g : {0.0f, 0.6f, 1.0f}) {
       for (float b : {0.0f, 0.1f, 1.0f}) {
         SCOPED_TRACE(::testing::Message() << r << "," << g << "," << b);
-        float y, pb, pr, r2, g2, b2;
+        float y, pb, pr, r2, g2, b2, i, q, hue = -1;
         Ostra::ColorRGBToYPbPr(r, g, b, y, pb, pr);
         Ostra::ColorYPbPrToRGB(y, pb, pr, r2, g2, b2);
         EXPECT_NEAR(r, r2, 1e-5f);
         EXPECT_NEAR(g, g2, 1e-5f);
         EXPECT_NEAR(b, b2, 1e-5f);
-        float y3, i, q;
-        Ostra::ColorYPbPrToYIQ(y, pb, pr, y3, i, q);
-        EXPECT_EQ(y, y3);
+        Ostra::ColorYPbPrToYIQ(y, pb, pr, y, i, q);
         EXPECT_NEAR(pb * pb + pr * pr, i * i + q * q, 1e-5f);  // a rotation
-        float hue = -1;
         Ostra::ColorPbPrToHue(pb, pr, hue);
-        EXPECT_GE(hue, 0.0f);
-        EXPECT_LE(hue, 1.0f);  // a hue just below zero wraps to a full turn
+        EXPECT_TRUE(hue >= 0.0f && hue <= 1.0f) << hue;
       }
     }
   }
@@ -261,16 +205,13 @@ TEST(ColorFloat, YPbPrYIQAndVideoLevels) {
   EXPECT_FLOAT_EQ(50.0f, luma);
   EXPECT_NEAR(61.5f, chroma, 1e-3f);
   Ostra::ColorYPbPrToMV(0.5f, 0.0f, 0.5f, luma, chroma);
-  EXPECT_NEAR(357.14285f, luma, 1e-2f);
   EXPECT_NEAR(61.5f * 7.142857f, chroma, 1e-2f);
 
-  // YPbPr of pure red comes back as red in normalised HSL (chroma 1).
-  float y, pb, pr, h = -1, s = -1, l = -1;
+  float h = -1, s = -1, l = -1, y, pb, pr;
   Ostra::ColorRGBToYPbPr(1, 0, 0, y, pb, pr);
   Ostra::ColorYPbPrToHSL(y, pb, pr, h, s, l);
   EXPECT_NEAR(0.5f, l, 1e-5f);
-  EXPECT_NEAR(1.0f, s, 1e-5f);
-  EXPECT_TRUE(h < 1e-5f || h > 1.0f - 1e-5f) << h;
+  EXPECT_NEAR(1.0f, s, 1e-5f);  // chroma
 }
 
 TEST(SafeColors, WebSafeClearsLowBitsAndNTSCPassesThrough) {
@@ -281,38 +222,18 @@ TEST(SafeColors, WebSafeClearsLowBitsAndNTSCPassesThrough) {
       {RGBColor(255, 31, 32), RGBColor(224, 0, 32), false},
       {RGBColor(224, 0, 32), RGBColor(224, 0, 32), true},
       {RGBColor(0, 0, 1), RGBColor(0, 0, 0), false},
-      {RGBColor(255, 255, 255), RGBColor(224, 224, 224), false},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(::testing::Message() << int(row.in.mRed) << "," << int(row.in.mGreen) << ","
-                                      << int(row.in.mBlue));
+    SCOPED_TRACE(int(row.in.mRed));
     RGBColor out(9, 9, 9);
     EXPECT_EQ(row.wasSafe, Ostra::MakeRGBWebSafe(row.in, out));
     EXPECT_EQ(row.out, out);
-    // One colour as both arguments.
-    RGBColor inPlace = row.in;
+    RGBColor inPlace = row.in;  // one colour as both arguments
     EXPECT_EQ(row.wasSafe, Ostra::MakeRGBWebSafe(inPlace, inPlace));
     EXPECT_EQ(row.out, inPlace);
     EXPECT_TRUE(Ostra::MakeRGBNTSCSafe(row.in, out));
     EXPECT_EQ(row.in, out);
   }
-}
-
-TEST(ColorBadInput, OutOfRangeValuesGiveDefinedResults) {
-  // Nothing to compare against: these must simply not trap or hang (the
-  // conversions guard every float-to-integer step).
-  RGBColor color;
-  const std::uint32_t big = 0xFFFFFFFFu;
-  Ostra::ColorHSLtoRGB(big, big, big, color);
-  Ostra::ColorHSVtoRGB(big, big, big, color);
-  std::uint32_t a = 0, b = 0, c = 0;
-  Ostra::ColorHSLtoHSV(big, big, 50, a, b, c);
-  EXPECT_EQ(big, a);
-  Ostra::ColorHSVtoHSL(100, big, big, a, b, c);
-  EXPECT_EQ(100u, a);
-  // "Without clamping": 150% lightness at 0% saturation wraps the byte.
-  Ostra::ColorHSLtoRGB(0, 0, 150, color);
-  EXPECT_EQ(static_cast<unsigned char>(383 & 0xFF), color.mRed);
 }
 
 }  // namespace

@@ -15,10 +15,8 @@ TEST(TimeStamp, SplitsElapsedTimeIntoSecondsAndMilliseconds) {
     double elapsed;
     int seconds, milliseconds;
   } rows[] = {
-      {0.0, 0, 0},          {2500.7, 2, 500},    {999.9, 0, 999},     {1000.0, 1, 0},
-      {-1.5, 0, -1},        {-2500.7, -2, -500},
-      // Beyond the 32-bit millisecond range (24.8 days).
-      {3.0e9 + 12.0, 3000000, 12},
+      {0.0, 0, 0},   {2500.7, 2, 500},     {999.9, 0, 999},
+      {-1.5, 0, -1}, {-2500.7, -2, -500},  {3.0e9 + 12.0, 3000000, 12},  // past 24.8 days
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.elapsed);
@@ -33,33 +31,22 @@ TEST(TimeStamp, SplitsElapsedTimeIntoSecondsAndMilliseconds) {
   }
 }
 
-TEST(TimeStamp, StartTimeIsElapsedZeroAndStampsMoveForward) {
-  const TimeStamp& start = TimeStamp::GetStartTime();
-  EXPECT_EQ(0.0, start.GetElapsedValue());
-  EXPECT_EQ(0, start.GetSecondsPart());
-  EXPECT_EQ(&start, &TimeStamp::GetStartTime());
-
+TEST(TimeStamp, ReadsTheClockAndCopiesReadings) {
+  EXPECT_EQ(0.0, TimeStamp::GetStartTime().GetElapsedValue());
   const TimeStamp first;
   const TimeStamp second;
   EXPECT_GE(first.GetElapsedValue(), 0.0);
   EXPECT_LE(first.GetClockReading(), second.GetClockReading());
-  // Readings are whole clock ticks: stamps within one millisecond are equal.
-  EXPECT_EQ(first.GetClockReading(), static_cast<double>(static_cast<long long>(first.GetClockReading())));
-}
 
-TEST(TimeStamp, CopiesAssignmentAndSwapMoveReadings) {
-  TimeStamp a = Elapsed(10);
-  TimeStamp b = Elapsed(20);
+  TimeStamp a = Elapsed(10), b = Elapsed(20);
   const TimeStamp copy(a);
-  EXPECT_EQ(a, copy);
   a.Swap(b);
   EXPECT_DOUBLE_EQ(20, a.GetElapsedValue());
   EXPECT_DOUBLE_EQ(10, b.GetElapsedValue());
-  EXPECT_DOUBLE_EQ(10, copy.GetElapsedValue());
+  EXPECT_EQ(b, copy);
   b = a;
   EXPECT_EQ(a, b);
   EXPECT_TRUE(copy < a);
-  EXPECT_NE(copy, a);
 }
 
 }  // namespace

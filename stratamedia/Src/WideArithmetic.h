@@ -9,9 +9,9 @@
 namespace stratamedia {
 namespace wide {
 
-constexpr std::uint64_t kU64Max = std::numeric_limits<std::uint64_t>::max();
-constexpr std::int64_t kI64Max = std::numeric_limits<std::int64_t>::max();
-constexpr std::int64_t kI64Min = std::numeric_limits<std::int64_t>::min();
+constexpr std::uint64_t kU64Max = (std::numeric_limits<std::uint64_t>::max)();
+constexpr std::int64_t kI64Max = (std::numeric_limits<std::int64_t>::max)();
+constexpr std::int64_t kI64Min = (std::numeric_limits<std::int64_t>::min)();
 
 struct U128 {
   std::uint64_t mHigh;

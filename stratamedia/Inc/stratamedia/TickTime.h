@@ -20,7 +20,7 @@ constexpr std::int64_t kTicksPerSecond = 254016000000LL;
 class FrameRate {
  public:
   // The largest 64-bit value: no rate is set.
-  static constexpr std::int64_t kNoRate = std::numeric_limits<std::int64_t>::max();
+  static constexpr std::int64_t kNoRate = (std::numeric_limits<std::int64_t>::max)();
 
   constexpr FrameRate() : mTicksPerFrame(kNoRate) {}
   constexpr explicit FrameRate(std::int64_t inTicksPerFrame) : mTicksPerFrame(inTicksPerFrame) {}
@@ -60,8 +60,8 @@ class TickTime {
   constexpr TickTime() : mTicks(0) {}
   constexpr explicit TickTime(std::int64_t inTicks) : mTicks(inTicks) {}
 
-  static constexpr TickTime Min() { return TickTime(std::numeric_limits<std::int64_t>::min()); }
-  static constexpr TickTime Max() { return TickTime(std::numeric_limits<std::int64_t>::max()); }
+  static constexpr TickTime Min() { return TickTime((std::numeric_limits<std::int64_t>::min)()); }
+  static constexpr TickTime Max() { return TickTime((std::numeric_limits<std::int64_t>::max)()); }
 
   constexpr std::int64_t GetTicks() const { return mTicks; }
 
@@ -77,8 +77,8 @@ class TickTime {
   }
   TickTime& operator-=(const TickTime& inOther) {
     // -Min() is out of range: subtracting it adds Max() and one more tick.
-    if (inOther.mTicks == std::numeric_limits<std::int64_t>::min()) {
-      mTicks = mTicks >= 0 ? Max().mTicks : SaturatingAdd(SaturatingAdd(mTicks, Max().mTicks), 1);
+    if (inOther.mTicks == Min().mTicks) {
+      mTicks = mTicks >= 0 ? Max().mTicks : mTicks + Max().mTicks + 1;
       return *this;
     }
     mTicks = SaturatingAdd(mTicks, -inOther.mTicks);
@@ -96,10 +96,10 @@ class TickTime {
 
  private:
   static std::int64_t SaturatingAdd(std::int64_t inA, std::int64_t inB) {
-    if (inB > 0 && inA > std::numeric_limits<std::int64_t>::max() - inB)
-      return std::numeric_limits<std::int64_t>::max();
-    if (inB < 0 && inA < std::numeric_limits<std::int64_t>::min() - inB)
-      return std::numeric_limits<std::int64_t>::min();
+    if (inB > 0 && inA > (std::numeric_limits<std::int64_t>::max)() - inB)
+      return (std::numeric_limits<std::int64_t>::max)();
+    if (inB < 0 && inA < (std::numeric_limits<std::int64_t>::min)() - inB)
+      return (std::numeric_limits<std::int64_t>::min)();
     return inA + inB;
   }
 
