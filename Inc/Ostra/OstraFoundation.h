@@ -4,3 +4,7 @@
 #include "Ostra/Foundation.h"
 #include "Ostra/OstraConfig.h"
 #include "Ostra/Result.h"
+#include "Ostra/AutomationDataCollector.h"
+#include "Ostra/Color.h"
+#include "Ostra/TimeStamp.h"
+#include "Ostra/Timecode.h"

@@ -136,6 +136,110 @@ void ReportDiagnostics() {
   strata::debug::SetDialogHook({});
 }
 
+void ReportTimecode() {
+  Heading("Timecode");
+  using namespace stratamedia;
+  const struct {
+    const char* name;
+    TimeDisplayType::Type format;
+    FrameRate rate;
+  } formats[] = {
+      {"24", TimeDisplayType::kTimecode24, kFrameRate_Film24},
+      {"25", TimeDisplayType::kTimecode25, kFrameRate_VideoPAL},
+      {"29.97 DF", TimeDisplayType::kTimecodeNTSCDrop, kFrameRate_VideoNTSC},
+      {"29.97 NDF", TimeDisplayType::kTimecodeNTSCNonDrop, kFrameRate_VideoNTSC},
+      {"59.94 DF", TimeDisplayType::kTimecodeNTSC60Drop, kFrameRate_VideoNTSC60},
+      {"frames@25", TimeDisplayType::kFrameCount, kFrameRate_VideoPAL},
+      {"feet16@24", TimeDisplayType::kFeetFrames16, kFrameRate_Film24},
+  };
+  const struct {
+    const char* name;
+    TickTime time;
+  } times[] = {
+      {"0", kTime_Zero},
+      {"1 s", TickTime(kTicksPerSecond)},
+      {"1800 NTSC frames", FramesToTime(1800, kFrameRate_VideoNTSC)},
+      {"10 min", TickTime(600 * kTicksPerSecond)},
+      {"1 h", TickTime(3600 * kTicksPerSecond)},
+      {"-1 s", TickTime(-kTicksPerSecond)},
+  };
+  std::printf("  %-17s", "time");
+  for (const auto& format : formats) std::printf(" %13s", format.name);
+  std::printf("\n");
+  for (const auto& time : times) {
+    std::printf("  %-17s", time.name);
+    for (const auto& format : formats) {
+      const Ostra::Timecode timecode(time.time, format.rate, format.format);
+      std::printf(" %13s", Narrow(timecode.GetString()).c_str());
+    }
+    std::printf("\n");
+  }
+
+  Ostra::Timecode::Style signedStyle;
+  signedStyle.mAllowNegative = true;
+  const Ostra::Timecode before(TickTime(-kTicksPerSecond), kFrameRate_VideoPAL,
+                               TimeDisplayType::kTimecode25, signedStyle);
+  std::printf("  -1 s at 25 with negative times allowed: %s\n", Narrow(before.GetString()).c_str());
+  int h = 0, m = 0, s = 0;
+  std::int64_t f = 0;
+  const Ostra::Timecode wrapped(TickTime(-kTicksPerSecond), kFrameRate_VideoPAL,
+                                TimeDisplayType::kTimecode25);
+  wrapped.GetHMSF(h, m, s, f);
+  std::printf("  GetHMSF of -1 s without them: %d, %d, %d, %lld\n", h, m, s,
+              static_cast<long long>(f));
+
+  Ostra::Timecode film(kTime_Zero, kFrameRate_Film24, TimeDisplayType::kTimecode24);
+  film.SetTime(UTF16String(L"01:00:10:12"));
+  Ostra::Timecode conformed;
+  const Ostra::Result result = Ostra::Timecode::ConformTimecode(
+      film, kFrameRate_VideoNTSC, TimeDisplayType::kTimecodeNTSCDrop, conformed);
+  std::printf("  conform %s at 24 to 30000/1001 drop-frame: %s (%s)\n",
+              Narrow(film.GetString()).c_str(), Narrow(conformed.GetString()).c_str(),
+              ResultName(result));
+  std::printf("  unreadable text \"12:xx\" reads as %lld ticks\n",
+              static_cast<long long>(
+                  Ostra::Timecode::StringToTime(L"12:xx", kFrameRate_VideoNTSC,
+                                                TimeDisplayType::kTimecodeNTSCDrop, false)
+                      .GetTicks()));
+}
+
+void ReportColor() {
+  Heading("Colour");
+  const Ostra::RGBColor colors[] = {
+      Ostra::RGBColor(255, 0, 0),     Ostra::RGBColor(255, 128, 128), Ostra::RGBColor(128, 128, 128),
+      Ostra::RGBColor(0, 0, 128),     Ostra::RGBColor(255, 255, 255), Ostra::RGBColor(10, 200, 30)};
+  for (const Ostra::RGBColor& color : colors) {
+    std::uint32_t hslH = 0, hslS = 0, hslL = 0, hsvH = 0, hsvS = 0, hsvV = 0;
+    Ostra::ColorRGBtoHSL(color, hslH, hslS, hslL);
+    Ostra::ColorRGBtoHSV(color, hsvH, hsvS, hsvV);
+    unsigned char y;
+    signed char u, v;
+    Ostra::ColorRGBtoYUV(color, y, u, v);
+    Ostra::RGBColor back;
+    const bool inRange = Ostra::ColorYUVtoRGB(y, u, v, back);
+    const float r = color.mRed / 255.0f, g = color.mGreen / 255.0f, b = color.mBlue / 255.0f;
+    float luma, pb, pr, yiqY, i, q, ire, ireChroma, mv, mvChroma;
+    Ostra::ColorRGBToYPbPr(r, g, b, luma, pb, pr);
+    Ostra::ColorYPbPrToYIQ(luma, pb, pr, yiqY, i, q);
+    Ostra::ColorRGBToIRE(r, g, b, ire, ireChroma);
+    Ostra::ColorRGBToMV(r, g, b, mv, mvChroma);
+    Ostra::RGBColor web;
+    const bool webSafe = Ostra::MakeRGBWebSafe(color, web);
+    std::printf("  RGB %3d,%3d,%3d\n", color.mRed, color.mGreen, color.mBlue);
+    std::printf("    HSL %3u,%3u,%3u  HSV %3u,%3u,%3u  YUV %3d,%4d,%4d -> RGB %3d,%3d,%3d%s\n",
+                hslH, hslS, hslL, hsvH, hsvS, hsvV, y, u, v, back.mRed, back.mGreen, back.mBlue,
+                inRange ? "" : " (clamped)");
+    std::printf("    Y'PbPr %.3f,%+.3f,%+.3f  YIQ %.3f,%+.3f,%+.3f  %.1f IRE / %.1f mV"
+                " (chroma %.1f IRE)  web %3d,%3d,%3d%s\n",
+                luma, pb, pr, yiqY, i, q, ire, mv, ireChroma, web.mRed, web.mGreen, web.mBlue,
+                webSafe ? " (already safe)" : "");
+  }
+  Ostra::RGBColor black(9, 9, 9);
+  Ostra::ColorHSLtoRGB(360, 100, 50, black);
+  std::printf("  HSL 360,100,50 -> RGB %d,%d,%d (a full turn is black)\n", black.mRed,
+              black.mGreen, black.mBlue);
+}
+
 }  // namespace
 
 int main() {
@@ -145,6 +249,8 @@ int main() {
   ReportErrorMapping();
   ReportBlockCacheFactory();
   ReportDiagnostics();
+  ReportTimecode();
+  ReportColor();
   std::printf("\nDone.\n");
   return 0;
 }

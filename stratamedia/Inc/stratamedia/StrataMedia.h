@@ -2,6 +2,8 @@
 #pragma once
 
 #include "stratamedia/StrataMediaConfig.h"
+#include "stratamedia/TickTime.h"
+#include "stratamedia/TimeDisplay.h"
 
 namespace stratamedia {
 
