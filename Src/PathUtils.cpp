@@ -1,6 +1,8 @@
 // The lexical half of the path family: splitting, joining and the
 // long-path normal form. Nothing here touches the disk or the system.
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <cwchar>
 
 #include "Ostra/PathUtils.h"
@@ -39,26 +41,42 @@ struct PartBounds {
   std::size_t end;
 };
 
-// One pass up to the first NUL. c_str() guarantees a terminator, so the
-// scan needs no length and stops at an embedded NUL as well.
+// The index of the first NUL, or inSize when there is none. Four code
+// units per step: every path the library handles goes through this scan.
+std::size_t FindFirstNul(const wchar_t* inText, std::size_t inSize) {
+  const std::uint64_t kLowBits = 0x0001000100010001ull;
+  const std::uint64_t kHighBits = 0x8000800080008000ull;
+  std::size_t i = 0;
+  for (; i + 4 <= inSize; i += 4) {
+    std::uint64_t units;
+    std::memcpy(&units, inText + i, sizeof(units));
+    if ((units - kLowBits) & ~units & kHighBits) break;  // some unit is 0
+  }
+  for (; i < inSize; ++i) {
+    if (inText[i] == L'\0') return i;
+  }
+  return inSize;
+}
+
+// The parts up to the first NUL. Scanning back from the end finds the last
+// separator and the last dot behind it, which is all that decides the parts.
 PartBounds FindPartBounds(const UTF16String& inPath) {
   const wchar_t* const text = inPath.c_str();
   PartBounds bounds;
-  bounds.driveEnd = (text[0] != L'\0' && text[1] == L':') ? 2 : 0;
-  std::size_t fileStart = bounds.driveEnd;
-  std::size_t lastDot = UTF16String::npos;
-  std::size_t i = bounds.driveEnd;
-  for (wchar_t c; (c = text[i]) != L'\0'; ++i) {
-    if (c == L'\\' || c == L'/')
-      fileStart = i + 1;
-    else if (c == L'.')
-      lastDot = i;
+  bounds.end = FindFirstNul(text, inPath.size());
+  bounds.driveEnd = (bounds.end >= 2 && text[1] == L':') ? 2 : 0;
+  bounds.fileStart = bounds.driveEnd;
+  bounds.extensionStart = bounds.end;
+  for (std::size_t i = bounds.end; i > bounds.driveEnd; --i) {
+    const wchar_t c = text[i - 1];
+    if (c == L'\\' || c == L'/') {
+      bounds.fileStart = i;
+      break;
+    }
+    // A dot inside the directory never counts; a leading dot of the name
+    // does (".profile" is all extension, as _wsplitpath has it).
+    if (c == L'.' && bounds.extensionStart == bounds.end) bounds.extensionStart = i - 1;
   }
-  bounds.fileStart = fileStart;
-  bounds.end = i;
-  // A dot inside the directory does not start an extension; a leading dot
-  // of the name does (".profile" is all extension, as _wsplitpath has it).
-  bounds.extensionStart = (lastDot != UTF16String::npos && lastDot >= fileStart) ? lastDot : i;
   return bounds;
 }
 
@@ -76,7 +94,9 @@ std::size_t CStringLength(const UTF16String& inText) { return std::wcslen(inText
 
 UTF16String GetPathSeparator() { return kPathSeparator; }
 
-UTF16String AddTrailingSlash(const UTF16String& inPath) { return FileUtils::AddTrailingSlash(inPath); }
+UTF16String AddTrailingSlash(const UTF16String& inPath) {
+  return FileUtils::AddTrailingSlash(inPath);
+}
 
 UTF16String RemoveTrailingSlash(const UTF16String& inPath) {
   return FileUtils::RemoveTrailingSlash(inPath);

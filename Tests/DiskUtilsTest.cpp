@@ -119,7 +119,8 @@ TEST(DiskUtils, FailuresComeBackAsCodesAndLeaveOutputsAlone) {
   const strata::debug::TraceSink previous = strata::debug::SetTraceSink(
       [&lines](const char*, int, const std::string& inText) { lines.push_back(inText); });
   std::uint32_t bufferSize = 0;
-  const Ostra::Result result = DiskUtils::GetEfficientDiskBufferSizeFromPath(missingVolume, bufferSize);
+  const Ostra::Result result =
+      DiskUtils::GetEfficientDiskBufferSizeFromPath(missingVolume, bufferSize);
   strata::debug::SetTraceSink(previous);
   strata::debug::SetTraceLevel("Ostra:WinDiskUtils", 0);
   EXPECT_FALSE(strata::ResultSucceeded(result));

@@ -127,7 +127,8 @@ TEST_F(PathQueriesTest, EveryQueryWorksOnPathsBeyondTheClassicLimit) {
   EXPECT_FALSE(PathUtils::ExistsOnDisk(deeper + L"\\missing.txt", false));
 
   std::uint32_t bufferSize = 0;
-  EXPECT_EQ(Ostra::kSuccess, Ostra::DiskUtils::GetEfficientDiskBufferSizeFromPath(file, bufferSize));
+  EXPECT_EQ(Ostra::kSuccess,
+            Ostra::DiskUtils::GetEfficientDiskBufferSizeFromPath(file, bufferSize));
 
   // Hidden by attribute far below the limit too.
   ASSERT_TRUE(::SetFileAttributesW(LongForm(file).c_str(), FILE_ATTRIBUTE_HIDDEN));
@@ -137,7 +138,8 @@ TEST_F(PathQueriesTest, EveryQueryWorksOnPathsBeyondTheClassicLimit) {
 
   // The display string: components beyond the shell's reach keep their
   // plain text; the path as a whole is never cut short.
-  const UTF16String display = PathUtils::GetDisplayStringFromPath(PathUtils::ToNormalizedPath(file));
+  const UTF16String display =
+      PathUtils::GetDisplayStringFromPath(PathUtils::ToNormalizedPath(file));
   const UTF16String tail = file.substr(deep.size());
   ASSERT_GE(display.size(), tail.size()) << Show(display);
   EXPECT_EQ(tail, display.substr(display.size() - tail.size()));
@@ -194,7 +196,8 @@ TEST(GetTempDirectory, IsEmptyWhenTheSystemAnswerExceeds512Characters) {
   const UTF16String temp = PathUtils::GetTempDirectory();
   ::SetEnvironmentVariableW(L"TMP", savedLength ? saved : nullptr);
   if (systemLength <= 513)
-    GTEST_SKIP() << "the system ignores a TMP longer than MAX_PATH (Wine reads it into a MAX_PATH buffer)";
+    GTEST_SKIP() << "the system ignores a TMP longer than MAX_PATH "
+                    "(Wine reads it into a MAX_PATH buffer)";
   EXPECT_EQ(L"", temp);
 }
 
@@ -256,7 +259,8 @@ TEST(DisplayStrings, OnlyNormalisedLocalPathsAreTranslated) {
 
 TEST_F(PathQueriesTest, DisplayStringNamesEachComponentOfALocalPath) {
   const UTF16String file = MakeFile(L"report.txt");
-  const UTF16String display = PathUtils::GetDisplayStringFromPath(PathUtils::ToNormalizedPath(file));
+  const UTF16String display =
+      PathUtils::GetDisplayStringFromPath(PathUtils::ToNormalizedPath(file));
   // The shell may show other names than the folders' own (and hide known
   // extensions), but not other components.
   EXPECT_EQ(file.substr(0, 2), display.substr(0, 2)) << Show(display);

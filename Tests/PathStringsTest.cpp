@@ -49,10 +49,11 @@ TEST(SplitPath, SplitsIntoDriveDirectoryNameAndExtension) {
   const SplitRow rows[] = {
       {LR"(C:\dir\file.ext)", L"C:", LR"(\dir\)", L"file", L".ext"},
       {L"file", L"", L"", L"file", L""},
-      {LR"(dir.d\file)", L"", LR"(dir.d\)", L"file", L""},     // a dot in a folder is no extension
-      {LR"(a/b\c.txt)", L"", LR"(a/b\)", L"c", L".txt"},       // both separators count
-      {L"1:x", L"1:", L"", L"x", L""},                          // the letter is not checked
-      {LR"(C:\a\.hidden)", L"C:", LR"(\a\)", L"", L".hidden"},  // a leading dot starts the extension
+      {LR"(dir.d\file)", L"", LR"(dir.d\)", L"file", L""},  // a dot in a folder is no extension
+      {LR"(a/b\c.txt)", L"", LR"(a/b\)", L"c", L".txt"},    // both separators count
+      {L"1:x", L"1:", L"", L"x", L""},                      // the letter is not checked
+      // A leading dot starts the extension.
+      {LR"(C:\a\.hidden)", L"C:", LR"(\a\)", L"", L".hidden"},
       {L"a.b.c", L"", L"", L"a.b", L".c"},
       {LR"(C:\a\b.)", L"C:", LR"(\a\)", L"b", L"."},
       {L"C:", L"C:", L"", L"", L""},
@@ -206,7 +207,8 @@ TEST(PathPredicates, AnswerByTheirStatedRules) {
   EXPECT_TRUE(PathUtils::IsValidPath(L"*?"));
   EXPECT_FALSE(PathUtils::IsValidPath(L""));
 
-  for (wchar_t letter : {L'A', L'Z', L'a', L'z', L'm'}) EXPECT_TRUE(PathUtils::IsWinDriveLetter(letter));
+  for (wchar_t letter : {L'A', L'Z', L'a', L'z', L'm'})
+    EXPECT_TRUE(PathUtils::IsWinDriveLetter(letter));
   for (wchar_t other : {L'1', L'@', L'[', L'`', L'{', L':', L'\0', L'\x00C4', L'\xFF21'})
     EXPECT_FALSE(PathUtils::IsWinDriveLetter(other)) << static_cast<int>(other);
 

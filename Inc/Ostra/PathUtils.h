@@ -55,8 +55,9 @@ OSTRA_API bool IsWinDriveLetter(wchar_t inChar);
 //   C:\a\.hidden         =>  "C:"  "\a\"        ""      ".hidden"
 //   1:x                  =>  "1:"  ""           "x"     ""      (drive letter not checked)
 // Outputs whose pointer is null are skipped.
-OSTRA_API void SplitPath(const UTF16String& inPath, UTF16String* outDrive, UTF16String* outDirectory,
-                         UTF16String* outFile, UTF16String* outExtension);
+OSTRA_API void SplitPath(const UTF16String& inPath, UTF16String* outDrive,
+                         UTF16String* outDirectory, UTF16String* outFile,
+                         UTF16String* outExtension);
 OSTRA_API UTF16String GetDrivePart(const UTF16String& inPath);
 OSTRA_API UTF16String GetDirectoryPart(const UTF16String& inPath);
 // The file name without its extension.
