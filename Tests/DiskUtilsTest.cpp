@@ -10,7 +10,7 @@
 #include "Ostra/PathUtils.h"
 #include "Ostra/Result.h"
 #include "Support/TempDirectoryTest.h"
-#include "strata/Debug.h"
+#include "Support/TraceCapture.h"
 
 namespace {
 
@@ -114,19 +114,15 @@ TEST(DiskUtils, FailuresComeBackAsCodesAndLeaveOutputsAlone) {
   EXPECT_FALSE(strata::ResultSucceeded(DiskUtils::GetMaxFileSize(missingVolume, maxSize)));
   EXPECT_EQ(12345u, maxSize);
 
-  std::vector<std::string> lines;
-  strata::debug::SetTraceLevel("Ostra:WinDiskUtils", 7);
-  const strata::debug::TraceSink previous = strata::debug::SetTraceSink(
-      [&lines](const char*, int, const std::string& inText) { lines.push_back(inText); });
+  OstraTest::TraceCapture trace("Ostra:WinDiskUtils", 7);
   std::uint32_t bufferSize = 0;
-  const Ostra::Result result =
-      DiskUtils::GetEfficientDiskBufferSizeFromPath(missingVolume, bufferSize);
-  strata::debug::SetTraceSink(previous);
-  strata::debug::SetTraceLevel("Ostra:WinDiskUtils", 0);
-  EXPECT_FALSE(strata::ResultSucceeded(result));
+  EXPECT_FALSE(strata::ResultSucceeded(
+      DiskUtils::GetEfficientDiskBufferSizeFromPath(missingVolume, bufferSize)));
+  const std::vector<std::string> lines = trace.Lines();
+  const std::string start = "Ostra:WinDiskUtils:7 GetDiskFreeSpaceW failed with error: ";
   ASSERT_EQ(1u, lines.size());
-  EXPECT_EQ(0u, lines[0].find("GetDiskFreeSpaceW failed with error: ")) << lines[0];
-  EXPECT_GT(lines[0].size(), std::string("GetDiskFreeSpaceW failed with error: ").size());
+  EXPECT_EQ(0u, lines[0].find(start)) << lines[0];
+  EXPECT_GT(lines[0].size(), start.size()) << "no system message";
 }
 
 TEST(DiskUtils, MakeDiskSpaceStringShowsTwoDecimalsAndAUnit) {

@@ -100,23 +100,6 @@ TEST(PathNormalization, OddInputsComeBackUnchangedOrPrefixed) {
   EXPECT_FALSE(PathUtils::IsNormalizedPath(surrogate));
 }
 
-TEST(GetFullDirectoryPart, KeepsDriveAndDirectory) {
-  const struct {
-    UTF16String path, expected;
-  } rows[] = {
-      {LR"(C:\dir\file.txt)", LR"(C:\dir\)"},
-      {L"C:file", L"C:"},
-      {L"file", L""},
-      {LR"(\\srv\share\f)", LR"(\\srv\share\)"},
-      {LR"(C:\dir\)", LR"(C:\dir\)"},
-      {L"", L""},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(Show(row.path));
-    EXPECT_EQ(row.expected, PathUtils::GetFullDirectoryPart(row.path));
-  }
-}
-
 TEST(CombinePaths, JoinsThroughTheShellOnlyOnAnAcceptableBase) {
   const struct {
     UTF16String base, more, expected;

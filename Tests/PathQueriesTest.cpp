@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "Ostra/PathUtils.h"
 #include "Ostra/Result.h"
 #include "Support/TempDirectoryTest.h"
+#include "Support/TraceCapture.h"
 #include "strata/Debug.h"
 
 namespace {
@@ -21,34 +21,6 @@ namespace PathUtils = Ostra::PathUtils;
 using Ostra::UTF16String;
 
 std::string Show(const UTF16String& inText) { return strata::string::UTF16toStdString(inText); }
-
-// Collects the trace lines of one category while it lives.
-class TraceCapture {
- public:
-  TraceCapture(const char* inCategory, int inLevel) : mCategory(inCategory) {
-    strata::debug::SetTraceLevel(mCategory, inLevel);
-    mPrevious = strata::debug::SetTraceSink(
-        [this](const char* inLineCategory, int inLineLevel, const std::string& inText) {
-          std::lock_guard<std::mutex> lock(mMutex);
-          mLines.push_back(std::string(inLineCategory) + ":" + std::to_string(inLineLevel) + " " +
-                           inText);
-        });
-  }
-  ~TraceCapture() {
-    strata::debug::SetTraceSink(mPrevious);
-    strata::debug::SetTraceLevel(mCategory, 0);
-  }
-  std::vector<std::string> Lines() {
-    std::lock_guard<std::mutex> lock(mMutex);
-    return mLines;
-  }
-
- private:
-  std::string mCategory;
-  strata::debug::TraceSink mPrevious;
-  std::mutex mMutex;
-  std::vector<std::string> mLines;
-};
 
 class PathQueriesTest : public OstraTest::TempDirectoryTest {};
 
@@ -152,6 +124,11 @@ TEST_F(PathQueriesTest, PreparePathForWriteCreatesTheWholePath) {
   EXPECT_TRUE(PathUtils::PreparePathForWrite(target));
   EXPECT_TRUE(PathUtils::IsDirectory(target));
   EXPECT_TRUE(PathUtils::PreparePathForWrite(target)) << "an existing directory is ready";
+
+  UTF16String deep = PathOf(L"long");
+  while (deep.size() < 300) deep += L"\\missing-level";
+  EXPECT_TRUE(PathUtils::PreparePathForWrite(deep + L"\\"));
+  EXPECT_TRUE(PathUtils::IsDirectory(deep));
 
   const UTF16String file = MakeFile(L"file");
   EXPECT_FALSE(PathUtils::PreparePathForWrite(file)) << "a file is no directory";
@@ -274,7 +251,7 @@ TEST_F(PathQueriesTest, DisplayStringNamesEachComponentOfALocalPath) {
 
 TEST_F(PathQueriesTest, DisplayNameFallsBackToThePlainTextAndTracesTheFailedStep) {
   const UTF16String missing = PathOf(L"missing-file.txt");
-  TraceCapture trace("Ostra.PathUtils", 2);
+  OstraTest::TraceCapture trace("Ostra.PathUtils", 2);
   EXPECT_EQ(L"missing-file.txt",
             PathUtils::GetLeafDisplayStringFromPath(PathUtils::ToNormalizedPath(missing)));
   const std::vector<std::string> lines = trace.Lines();
@@ -285,7 +262,7 @@ TEST_F(PathQueriesTest, DisplayNameFallsBackToThePlainTextAndTracesTheFailedStep
 
 TEST_F(PathQueriesTest, DisplayNameFallsBackWhenTheThreadsApartmentRefusesCom) {
   const UTF16String file = MakeFile(L"shown.txt");
-  TraceCapture trace("Ostra.PathUtils", 2);
+  OstraTest::TraceCapture trace("Ostra.PathUtils", 2);
   UTF16String leaf;
   std::thread worker([&] {
     // A multithreaded apartment makes the single-threaded CoInitialize fail.

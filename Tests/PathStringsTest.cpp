@@ -211,16 +211,6 @@ TEST(PathPredicates, AnswerByTheirStatedRules) {
     EXPECT_TRUE(PathUtils::IsWinDriveLetter(letter));
   for (wchar_t other : {L'1', L'@', L'[', L'`', L'{', L':', L'\0', L'\x00C4', L'\xFF21'})
     EXPECT_FALSE(PathUtils::IsWinDriveLetter(other)) << static_cast<int>(other);
-
-  EXPECT_EQ(LR"(C:\a\)", PathUtils::AddTrailingSlash(LR"(C:\a)"));
-  EXPECT_EQ(L"a/", PathUtils::AddTrailingSlash(L"a/"));
-  EXPECT_EQ(L"", PathUtils::AddTrailingSlash(L""));
-  EXPECT_EQ(LR"(C:\a)", PathUtils::RemoveTrailingSlash(LR"(C:\a\)"));
-  EXPECT_TRUE(PathUtils::HasTrailingSlash(L"a/"));
-  EXPECT_FALSE(PathUtils::HasTrailingSlash(L""));
-  EXPECT_TRUE(PathUtils::IsValidFileName(L"a.txt"));
-  EXPECT_FALSE(PathUtils::IsValidFileName(L"a:b"));
-  EXPECT_FALSE(PathUtils::IsValidFileName(L""));
 }
 
 TEST(PathStrings, OddAndHugeInputsGiveConsistentParts) {

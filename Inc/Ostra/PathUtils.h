@@ -144,8 +144,9 @@ OSTRA_API UTF16String GetTempDirectory();
 // Bytes free to the calling user on the path's volume; 0 on failure.
 OSTRA_API unsigned long long GetFreeDriveSpace(const UTF16String& inPath);
 // Creates the path as a directory with its missing parents (and asks for
-// removable media where the system does); the path goes to the shell as
-// given. False for relative paths and on failure.
+// removable media where the system does). The shell gets the path as
+// given; paths too long for it are created through their normal form.
+// False for relative paths and on failure.
 OSTRA_API bool PreparePathForWrite(const UTF16String& inPath);
 // Removes, keeping the order of the rest, every entry whose name (without
 // extension) begins with '.' or that carries the hidden attribute.

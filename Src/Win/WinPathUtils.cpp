@@ -9,6 +9,7 @@
 #include <ostream>
 
 #include "Ostra/DiskUtils.h"
+#include "DiskUtilsPrivate.h"
 #include "Ostra/PathUtils.h"
 #include "PathUtilsPrivate.h"
 #include "ScopedFindHandle.h"
@@ -45,10 +46,12 @@ bool IsDotOrDotDot(const wchar_t* inName) {
   return inName[0] == L'.' && (inName[1] == L'\0' || (inName[1] == L'.' && inName[2] == L'\0'));
 }
 
-// The shell's output buffers, and the longest path its emptiness test
-// takes: it appends "\*.*" in a buffer of the same size.
+// The shell's output buffers; the longest path its emptiness test takes
+// (it appends "\*.*" in a buffer of the same size); and the limit of the
+// folders it creates (room is kept for an 8.3 file name).
 const std::size_t kShellMaxPath = MAX_PATH;
 const std::size_t kShellEmptinessMaxPath = MAX_PATH - 5;
+const std::size_t kShellMaxDirectoryPath = MAX_PATH - 12;
 
 // PathIsDirectoryEmptyW's rules for paths too long for it: a directory
 // whose listing works and shows nothing but "." and "..".
@@ -304,7 +307,18 @@ bool PreparePathForWrite(const UTF16String& inPath) {
     return false;
   // The caller's text, not the normal form: the shell asks for removable
   // media by the path the user knows.
-  return ::SHPathPrepareForWriteW(nullptr, nullptr, inPath.c_str(), SHPPFW_DIRCREATE) == S_OK;
+  if (inPath.size() < kShellMaxDirectoryPath)
+    return ::SHPathPrepareForWriteW(nullptr, nullptr, inPath.c_str(), SHPPFW_DIRCREATE) == S_OK;
+  // The shell creates no folder beyond its limit (it stops half way);
+  // longer paths are created level by level in their normal form.
+  const UTF16String path = RemoveTrailingSlash(ToNormalizedPath(inPath));
+  const std::size_t rootLength = DiskUtils::Internal::GetVolumeRootFromPath(path).size();
+  for (std::size_t slash = path.find(L'\\', rootLength); slash != UTF16String::npos;
+       slash = path.find(L'\\', slash + 1))
+    ::CreateDirectoryW(path.substr(0, slash).c_str(), nullptr);  // existing levels fail here
+  ::CreateDirectoryW(path.c_str(), nullptr);
+  DWORD attributes = 0;
+  return GetAttributes(path, attributes) && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 void FilterHiddenFiles(std::vector<UTF16String>& ioPaths) {
