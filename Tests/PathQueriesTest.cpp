@@ -102,7 +102,7 @@ TEST_F(PathQueriesTest, EveryQueryWorksOnPathsBeyondTheClassicLimit) {
   EXPECT_EQ(Ostra::kSuccess,
             Ostra::DiskUtils::GetEfficientDiskBufferSizeFromPath(file, bufferSize));
 
-  // Hidden by attribute far below the limit too.
+  // A hidden file beyond the limit is found by its attribute.
   ASSERT_TRUE(::SetFileAttributesW(LongForm(file).c_str(), FILE_ATTRIBUTE_HIDDEN));
   std::vector<UTF16String> listing = {deeper, file};
   PathUtils::FilterHiddenFiles(listing);

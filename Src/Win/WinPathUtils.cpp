@@ -5,11 +5,12 @@
 #include <shlwapi.h>
 
 #include <algorithm>
+#include <cwchar>
 #include <ios>
 #include <ostream>
 
-#include "Ostra/DiskUtils.h"
 #include "DiskUtilsPrivate.h"
+#include "Ostra/DiskUtils.h"
 #include "Ostra/PathUtils.h"
 #include "PathUtilsPrivate.h"
 #include "ScopedFindHandle.h"
@@ -118,12 +119,6 @@ class ScopedCoTaskText {
   LPWSTR mText = nullptr;
 };
 
-// A failed shell step: its HRESULT and the name it is traced under.
-struct ShellFailure {
-  HRESULT result;
-  const char* step;
-};
-
 // The last item of a parsed item-ID list (the list is never empty when
 // parsing succeeded, but an empty one yields itself).
 LPCITEMIDLIST LastItem(LPCITEMIDLIST inList) {
@@ -210,8 +205,8 @@ UTF16String LeafDisplayStep(UTF16String& ioPath) {
       return name;
     }
   }
-  // COM stays initialised after a failed step: the thread's apartment is
-  // left as the failure found it.
+  // Deliberately no CoUninitialize after a failure, even of a later step:
+  // the thread is left with COM as the failure found it.
   STRATA_TRACE("Ostra.PathUtils", 2,
                "Failure HRESULT:" << std::hex << static_cast<unsigned long>(result) << " during "
                                   << failedStep << std::endl);
