@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <cwchar>
 
 #include "Ostra/PathUtils.h"
 #include "PathUtilsPrivate.h"
@@ -86,7 +85,9 @@ void AssignRange(const UTF16String& inPath, std::size_t inBegin, std::size_t inE
 }
 
 // The length of a part up to its first NUL, as a C string would have it.
-std::size_t CStringLength(const UTF16String& inText) { return std::wcslen(inText.c_str()); }
+std::size_t CStringLength(const UTF16String& inText) {
+  return FindFirstNul(inText.c_str(), inText.size());
+}
 
 }  // namespace
 
