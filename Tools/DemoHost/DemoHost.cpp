@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "Ostra/OstraFoundation.h"
 #include "strata/Strata.h"
@@ -240,6 +241,82 @@ void ReportColor() {
               black.mGreen, black.mBlue);
 }
 
+std::string Part(const UTF16String& inText) {
+  return inText.empty() ? std::string("-") : "'" + Narrow(inText) + "'";
+}
+
+void ReportPaths() {
+  Heading("Paths");
+  const UTF16String samples[] = {L"C:\\Media\\Footage\\clip0001.mov",
+                                 L"\\\\server\\share\\mix.final.wav", L"D:",
+                                 L"relative\\take.2.xml", L"C:\\ver1.2\\readme"};
+  for (const UTF16String& path : samples) {
+    UTF16String drive, directory, file, extension;
+    Ostra::PathUtils::SplitPath(path, &drive, &directory, &file, &extension);
+    std::printf("  %s\n    normalised %s\n"
+                "    split      drive %s, folder %s, name %s, extension %s\n",
+                Narrow(path).c_str(), Narrow(Ostra::PathUtils::ToNormalizedPath(path)).c_str(),
+                Part(drive).c_str(), Part(directory).c_str(), Part(file).c_str(),
+                Part(extension).c_str());
+  }
+  const UTF16String temp = Ostra::PathUtils::GetTempDirectory();
+  std::printf("  temporary directory %s (exists: %s)\n", Narrow(temp).c_str(),
+              Ostra::PathUtils::IsDirectory(temp) ? "yes" : "no");
+
+  // A folder tree deeper than the classic 260-character limit, queried in
+  // its normal form and shown to the user by its display string.
+  const UTF16String top = temp + L"OstraDemo-" + strata::utility::Guid::CreateUnique().AsString();
+  std::vector<UTF16String> levels = {top};
+  while (levels.back().size() <= 300) levels.push_back(levels.back() + L"\\Scene Footage Level");
+  for (const UTF16String& level : levels)
+    ::CreateDirectoryW(Ostra::PathUtils::ToNormalizedPath(level).c_str(), nullptr);
+  const UTF16String deep = Ostra::PathUtils::ToNormalizedPath(levels.back());
+  const UTF16String display = Ostra::PathUtils::GetDisplayStringFromPath(deep);
+  std::printf("  a path of %zu characters: exists %s, directory %s, empty %s\n", deep.size(),
+              Ostra::PathUtils::ExistsOnDisk(deep, false) ? "yes" : "no",
+              Ostra::PathUtils::IsDirectory(deep) ? "yes" : "no",
+              Ostra::PathUtils::IsDirectoryEmpty(deep) ? "yes" : "no");
+  std::printf("    display string (%zu characters): %s...%s\n", display.size(),
+              Narrow(display.substr(0, 40)).c_str(),
+              Narrow(display.substr(display.size() > 40 ? display.size() - 40 : 0)).c_str());
+  std::printf("    leaf display string: %s\n",
+              Narrow(Ostra::PathUtils::GetLeafDisplayStringFromPath(deep)).c_str());
+  for (auto level = levels.rbegin(); level != levels.rend(); ++level)
+    ::RemoveDirectoryW(Ostra::PathUtils::ToNormalizedPath(*level).c_str());
+}
+
+void ReportDisk() {
+  Heading("Disk of the temporary directory");
+  const UTF16String temp = Ostra::PathUtils::GetTempDirectory();
+  std::uint32_t bufferSize = 0;
+  const Ostra::Result sizeResult =
+      Ostra::DiskUtils::GetEfficientDiskBufferSizeFromPath(temp, bufferSize);
+  std::printf("  efficient buffer (sector) size  %s: %lu bytes\n", ResultName(sizeResult),
+              static_cast<unsigned long>(bufferSize));
+  const std::uint64_t freeBytes = Ostra::DiskUtils::GetFreeSpaceFromPath(temp);
+  std::printf("  free space                      %s (%llu bytes)\n",
+              Narrow(Ostra::DiskUtils::MakeDiskSpaceString(freeBytes)).c_str(),
+              static_cast<unsigned long long>(freeBytes));
+  std::uint64_t maxSize = 0;
+  const Ostra::Result maxResult = Ostra::DiskUtils::GetMaxFileSize(temp, maxSize);
+  std::printf("  largest file                    %s: %s\n", ResultName(maxResult),
+              Narrow(Ostra::DiskUtils::MakeDiskSpaceString(maxSize)).c_str());
+}
+
+void ReportErrorTexts() {
+  Heading("Error texts");
+  std::printf("  Win32 error 2: %s", Narrow(Ostra::Win32ErrorCodeToMessage(2)).c_str());
+  EXCEPTION_RECORD record = {};
+  record.ExceptionCode = EXCEPTION_ACCESS_VIOLATION;
+  record.ExceptionAddress = reinterpret_cast<PVOID>(0x7ff6a1b2c3d4);
+  record.NumberParameters = 2;
+  record.ExceptionInformation[0] = 1;
+  record.ExceptionInformation[1] = 0x10;
+  std::string report = Narrow(Ostra::ReportStructuredExceptionRecordInformation(record));
+  for (std::size_t end; (end = report.find("\r\n")) != std::string::npos; report.erase(0, end + 2))
+    std::printf("  | %s\n", report.substr(0, end).c_str());
+}
+
 }  // namespace
 
 int main() {
@@ -251,6 +328,9 @@ int main() {
   ReportDiagnostics();
   ReportTimecode();
   ReportColor();
+  ReportPaths();
+  ReportDisk();
+  ReportErrorTexts();
   std::printf("\nDone.\n");
   return 0;
 }

@@ -1,0 +1,292 @@
+// The lexical half of the path family: splitting, joining and the
+// long-path normal form. Nothing here touches the disk or the system.
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#include "Ostra/PathUtils.h"
+#include "PathUtilsPrivate.h"
+#include "strata/Utility.h"
+
+namespace Ostra {
+
+const int OSTRA_MAX_PATH = 260;
+
+namespace PathUtils {
+
+const UTF16String kPathSeparator(L"\\");
+const UTF16String kOppositePlatformPathSeparator(L"/");
+const UTF16String kExtension(L".");
+const UTF16String kShortUNCPathPrefix(L"\\\\");
+const UTF16String kLongUNCPathPrefix(L"\\\\?\\UNC");
+const UTF16String kIllegalFilenameCharactersDisplay(L"\\ / : * ? \" < > |");
+const UTF16String kIllegalPathCharactersDisplay(L"/ : * ? \" < > |");
+
+const UTF16String kLongPathPrefix(L"\\\\?\\");
+const UTF16String kIllegalFileNameCharacters(
+    strata::utility::FileUtils::GetIllegalFilenameCharacters());
+
+namespace {
+
+using strata::utility::FileUtils;
+
+// Where the parts of a path lie, as offsets into its characters:
+// drive [0, driveEnd), directory [driveEnd, fileStart), file name
+// [fileStart, extensionStart), extension [extensionStart, end).
+struct PartBounds {
+  std::size_t driveEnd;
+  std::size_t fileStart;
+  std::size_t extensionStart;
+  std::size_t end;
+};
+
+// The index of the first NUL, or inSize when there is none. Four code
+// units per step: every path the library handles goes through this scan.
+std::size_t FindFirstNul(const wchar_t* inText, std::size_t inSize) {
+  const std::uint64_t kLowBits = 0x0001000100010001ull;
+  const std::uint64_t kHighBits = 0x8000800080008000ull;
+  std::size_t i = 0;
+  for (; i + 4 <= inSize; i += 4) {
+    std::uint64_t units;
+    std::memcpy(&units, inText + i, sizeof(units));
+    if ((units - kLowBits) & ~units & kHighBits) break;  // some unit is 0
+  }
+  for (; i < inSize; ++i) {
+    if (inText[i] == L'\0') return i;
+  }
+  return inSize;
+}
+
+// The parts up to the first NUL. Scanning back from the end finds the last
+// separator and the last dot behind it, which is all that decides the parts.
+PartBounds FindPartBounds(const UTF16String& inPath) {
+  const wchar_t* const text = inPath.c_str();
+  PartBounds bounds;
+  bounds.end = FindFirstNul(text, inPath.size());
+  bounds.driveEnd = (bounds.end >= 2 && text[1] == L':') ? 2 : 0;
+  bounds.fileStart = bounds.driveEnd;
+  bounds.extensionStart = bounds.end;
+  for (std::size_t i = bounds.end; i > bounds.driveEnd; --i) {
+    const wchar_t c = text[i - 1];
+    if (c == L'\\' || c == L'/') {
+      bounds.fileStart = i;
+      break;
+    }
+    // A dot inside the directory never counts; a leading dot of the name
+    // does (".profile" is all extension, as _wsplitpath has it).
+    if (c == L'.' && bounds.extensionStart == bounds.end) bounds.extensionStart = i - 1;
+  }
+  return bounds;
+}
+
+void AssignRange(const UTF16String& inPath, std::size_t inBegin, std::size_t inEnd,
+                 UTF16String* outPart) {
+  if (outPart) outPart->assign(inPath, inBegin, inEnd - inBegin);
+}
+
+// The length of a part up to its first NUL, as a C string would have it.
+std::size_t CStringLength(const UTF16String& inText) {
+  return FindFirstNul(inText.c_str(), inText.size());
+}
+
+}  // namespace
+
+// ------------------------------------------------------------ path strings
+
+UTF16String GetPathSeparator() { return kPathSeparator; }
+
+UTF16String AddTrailingSlash(const UTF16String& inPath) {
+  return FileUtils::AddTrailingSlash(inPath);
+}
+
+UTF16String RemoveTrailingSlash(const UTF16String& inPath) {
+  return FileUtils::RemoveTrailingSlash(inPath);
+}
+
+bool HasTrailingSlash(const UTF16String& inPath) { return FileUtils::HasTrailingSlash(inPath); }
+
+bool IsValidFileName(const UTF16String& inName) { return FileUtils::IsValidFileName(inName); }
+
+bool IsValidPath(const UTF16String& inPath) { return !inPath.empty(); }
+
+bool IsWinDriveLetter(wchar_t inChar) {
+  return (inChar >= L'A' && inChar <= L'Z') || (inChar >= L'a' && inChar <= L'z');
+}
+
+void SplitPath(const UTF16String& inPath, UTF16String* outDrive, UTF16String* outDirectory,
+               UTF16String* outFile, UTF16String* outExtension) {
+  const PartBounds bounds = FindPartBounds(inPath);
+  AssignRange(inPath, 0, bounds.driveEnd, outDrive);
+  AssignRange(inPath, bounds.driveEnd, bounds.fileStart, outDirectory);
+  AssignRange(inPath, bounds.fileStart, bounds.extensionStart, outFile);
+  AssignRange(inPath, bounds.extensionStart, bounds.end, outExtension);
+}
+
+UTF16String GetDrivePart(const UTF16String& inPath) {
+  if (inPath.empty()) return UTF16String();
+  const PartBounds bounds = FindPartBounds(inPath);
+  return inPath.substr(0, bounds.driveEnd);
+}
+
+UTF16String GetDirectoryPart(const UTF16String& inPath) {
+  if (inPath.empty()) return UTF16String();
+  const PartBounds bounds = FindPartBounds(inPath);
+  return inPath.substr(bounds.driveEnd, bounds.fileStart - bounds.driveEnd);
+}
+
+UTF16String GetFilePart(const UTF16String& inPath) {
+  if (inPath.empty()) return UTF16String();
+  const PartBounds bounds = FindPartBounds(inPath);
+  return inPath.substr(bounds.fileStart, bounds.extensionStart - bounds.fileStart);
+}
+
+UTF16String GetExtensionPart(const UTF16String& inPath) {
+  if (inPath.empty()) return UTF16String();
+  const PartBounds bounds = FindPartBounds(inPath);
+  return inPath.substr(bounds.extensionStart, bounds.end - bounds.extensionStart);
+}
+
+UTF16String GetFullFilePart(const UTF16String& inPath) {
+  if (inPath.empty()) return UTF16String();
+  const PartBounds bounds = FindPartBounds(inPath);
+  return inPath.substr(bounds.fileStart, bounds.end - bounds.fileStart);
+}
+
+UTF16String GetFileNamePart(const UTF16String& inPath) {
+  // Deliberately the whole path, not just its last component.
+  const std::size_t dot = inPath.rfind(L'.');
+  return dot == UTF16String::npos ? inPath : inPath.substr(0, dot);
+}
+
+UTF16String MakePath(const UTF16String& inDrive, const UTF16String& inDirectory,
+                     const UTF16String& inFile, const UTF16String& inExtension) {
+  // The limit of the runtime's 2048-character buffer, terminator and the
+  // characters it may add included.
+  const std::size_t kMaxJoinedLength = 2048;
+  if (inDrive.size() + inDirectory.size() + inFile.size() + inExtension.size() + 5 >
+      kMaxJoinedLength)
+    return UTF16String();
+
+  // The parts are C strings to the runtime: each ends at its first NUL.
+  const std::size_t directoryLength = CStringLength(inDirectory);
+  const std::size_t fileLength = CStringLength(inFile);
+  const std::size_t extensionLength = CStringLength(inExtension);
+  UTF16String result;
+  result.reserve(directoryLength + fileLength + extensionLength + 4);
+  if (!inDrive.empty() && inDrive[0] != L'\0') {
+    result += inDrive[0];
+    result += L':';
+  }
+  if (directoryLength > 0) {
+    result.append(inDirectory, 0, directoryLength);
+    if (!IsPathSeparator(inDirectory[directoryLength - 1])) result += L'\\';
+  }
+  result.append(inFile, 0, fileLength);
+  if (extensionLength > 0) {
+    if (inExtension[0] != L'.') result += L'.';
+    result.append(inExtension, 0, extensionLength);
+  }
+  return result;
+}
+
+UTF16String MakeFullPath(const UTF16String& inDrive, const UTF16String& inDirectory,
+                         const UTF16String& inFile, const UTF16String& inExtension) {
+  return MakePath(inDrive, inDirectory, inFile, inExtension);
+}
+
+bool FileHasExtension(const UTF16String& inPath, const UTF16String& inExtension) {
+  if (inPath.empty() || inExtension.empty()) return false;
+  const PartBounds bounds = FindPartBounds(inPath);
+  const std::size_t length = bounds.end - bounds.extensionStart;
+  // The path's extension carries its dot; the argument may or may not.
+  if (inPath.compare(bounds.extensionStart, length, inExtension) == 0) return true;
+  return length == inExtension.size() + 1 &&
+         inPath.compare(bounds.extensionStart + 1, length - 1, inExtension) == 0;
+}
+
+bool RemoveIllegalFileNameCharacters(UTF16String& ioName) {
+  const auto isIllegal = [](wchar_t inChar) {
+    return kIllegalFileNameCharacters.find(inChar) != UTF16String::npos;
+  };
+  const auto kept = std::remove_if(ioName.begin(), ioName.end(), isIllegal);
+  if (kept == ioName.end()) return false;
+  ioName.erase(kept, ioName.end());
+  return true;
+}
+
+// ------------------------------------------------------------- normal form
+
+bool IsDriveRoot(const UTF16String& inPath) {
+  if (inPath.size() == 2) return IsWinDriveLetter(inPath[0]) && inPath[1] == L':';
+  if (inPath.size() == 6)
+    return StartsWithLongPathPrefix(inPath) && IsWinDriveLetter(inPath[4]) && inPath[5] == L':';
+  return false;
+}
+
+UTF16String ToNormalizedPath(const UTF16String& inPath) {
+  const std::size_t length = inPath.size();
+  if (IsDriveRoot(inPath)) {
+    // C: and \\?\C: both become \\?\C:\ ; without the backslash the
+    // system would read them as "the current folder on C:".
+    UTF16String result;
+    result.reserve(7);
+    if (length == 2) result.append(L"\\\\?\\", 4);
+    result += inPath;
+    result += L'\\';
+    return result;
+  }
+  if (StartsWithLongPathPrefix(inPath)) return inPath;
+  UTF16String result;
+  if (length >= 2 && inPath[0] == L'\\' && inPath[1] == L'\\') {
+    // \\server\share => \\?\UNC\server\share: the first backslash becomes
+    // the whole long UNC prefix.
+    result.reserve(length + 6);
+    result.append(L"\\\\?\\UNC", 7);
+    result.append(inPath, 1, UTF16String::npos);
+    return result;
+  }
+  if (length >= 2 && IsWinDriveLetter(inPath[0]) && inPath[1] == L':') {
+    result.reserve(length + 4);
+    result.append(L"\\\\?\\", 4);
+    result.append(inPath);
+    return result;
+  }
+  return inPath;
+}
+
+bool IsNormalizedPath(const UTF16String& inPath) {
+  return !IsDriveRoot(inPath) && StartsWithLongPathPrefix(inPath);
+}
+
+namespace Win {
+
+UTF16String StripUNC(const UTF16String& inPath) {
+  if (inPath.size() >= 7 && StartsWithLongPathPrefix(inPath) && IsWinDriveLetter(inPath[4]) &&
+      inPath[5] == L':' && inPath[6] == L'\\')
+    return inPath.substr(4);
+  if (StartsWith(inPath, L"\\\\?\\UNC\\", 8)) {
+    // Keep the first backslash and drop "\?\UNC": \\?\UNC\srv => \\srv.
+    UTF16String result(1, L'\\');
+    result.append(inPath, 7, UTF16String::npos);
+    return result;
+  }
+  // \\?\C: keeps its prefix: only the forms with a backslash behind the
+  // drive are stripped.
+  return inPath;
+}
+
+}  // namespace Win
+
+bool IsWinAPIAcceptablePath(const UTF16String& inPath) {
+  if (StartsWith(inPath, L"\\\\", 2)) return true;
+  return inPath.size() >= 2 && IsWinDriveLetter(inPath[0]) && inPath[1] == L':';
+}
+
+UTF16String GetFullDirectoryPart(const UTF16String& inPath) {
+  if (inPath.empty()) return UTF16String();
+  const PartBounds bounds = FindPartBounds(inPath);
+  return inPath.substr(0, bounds.fileStart);
+}
+
+}  // namespace PathUtils
+}  // namespace Ostra

@@ -1,0 +1,35 @@
+// Pieces of the path family shared by its portable and Windows sources.
+// Not exported.
+#pragma once
+
+#include <cstddef>
+
+#include "Ostra/PathUtils.h"
+
+namespace Ostra {
+namespace PathUtils {
+
+// "\\?\": the prefix of the long-path form.
+extern const UTF16String kLongPathPrefix;
+// The characters illegal in a file name, as the core library gives them.
+extern const UTF16String kIllegalFileNameCharacters;
+
+// The longest path the system takes, prefix included. Its path strings
+// carry a 16-bit byte count, so a longer string would not fail but be cut.
+const std::size_t kSystemMaxPathLength = 32767;
+
+// Exactly "C:" or "\\?\C:" (an ASCII letter and a colon); C:\ is none.
+bool IsDriveRoot(const UTF16String& inPath);
+
+inline bool IsPathSeparator(wchar_t inChar) { return inChar == L'\\' || inChar == L'/'; }
+
+inline bool StartsWith(const UTF16String& inText, const wchar_t* inPrefix, std::size_t inLength) {
+  return inText.size() >= inLength && inText.compare(0, inLength, inPrefix, inLength) == 0;
+}
+
+inline bool StartsWithLongPathPrefix(const UTF16String& inPath) {
+  return StartsWith(inPath, L"\\\\?\\", 4);
+}
+
+}  // namespace PathUtils
+}  // namespace Ostra

@@ -1,0 +1,150 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "Ostra/PathUtils.h"
+
+namespace {
+
+namespace PathUtils = Ostra::PathUtils;
+using Ostra::UTF16String;
+
+std::string Show(const UTF16String& inText) { return strata::string::UTF16toStdString(inText); }
+
+struct NormalRow {
+  UTF16String path, normalized;
+  bool normalizedBefore;  // IsNormalizedPath of the input
+};
+
+const NormalRow kNormalRows[] = {
+    {L"C:", LR"(\\?\C:\)", false},
+    {LR"(\\?\C:)", LR"(\\?\C:\)", false},  // a drive root is not normal until it has its '\'
+    {LR"(C:\)", LR"(\\?\C:\)", false},
+    {LR"(\\?\C:\)", LR"(\\?\C:\)", true},
+    {LR"(C:\a)", LR"(\\?\C:\a)", false},
+    {L"C:a", LR"(\\?\C:a)", false},  // drive-relative, prefixed all the same
+    {L"z:/a/b", LR"(\\?\z:/a/b)", false},  // slashes are kept
+    {LR"(\\?\D:\x)", LR"(\\?\D:\x)", true},
+    {LR"(\\srv\share)", LR"(\\?\UNC\srv\share)", false},
+    {LR"(\\?\UNC\srv\share)", LR"(\\?\UNC\srv\share)", true},
+    {LR"(\\)", LR"(\\?\UNC\)", false},
+    {LR"(\\?\)", LR"(\\?\)", true},
+    {LR"(\\?\Volume{x}\a)", LR"(\\?\Volume{x}\a)", true},
+    {LR"(rel\x)", LR"(rel\x)", false},
+    {LR"(\x)", LR"(\x)", false},
+    {L"/a", L"/a", false},
+    {LR"(1:\x)", LR"(1:\x)", false},
+    {L"C", L"C", false},
+    {L"", L"", false},
+};
+
+TEST(PathNormalization, AddsOnlyTheLongPathPrefixes) {
+  for (const NormalRow& row : kNormalRows) {
+    SCOPED_TRACE(Show(row.path));
+    const UTF16String normalized = PathUtils::ToNormalizedPath(row.path);
+    EXPECT_EQ(row.normalized, normalized);
+    EXPECT_EQ(row.normalizedBefore, PathUtils::IsNormalizedPath(row.path));
+    // Normalising twice changes nothing, and every changed path is normal.
+    EXPECT_EQ(normalized, PathUtils::ToNormalizedPath(normalized));
+    if (normalized != row.path) {
+      EXPECT_TRUE(PathUtils::IsNormalizedPath(normalized));
+    }
+    // What the system can take stays takeable, and the reverse.
+    EXPECT_EQ(PathUtils::IsWinAPIAcceptablePath(row.path),
+              PathUtils::IsWinAPIAcceptablePath(normalized));
+  }
+}
+
+TEST(PathNormalization, StripUNCUndoesTheDriveAndUncForms) {
+  for (const UTF16String& path :
+       {UTF16String(LR"(C:\a)"), UTF16String(LR"(C:\)"), UTF16String(LR"(\\srv\share\x)"),
+        UTF16String(LR"(\\srv\s)")}) {
+    SCOPED_TRACE(Show(path));
+    EXPECT_EQ(path, PathUtils::Win::StripUNC(PathUtils::ToNormalizedPath(path)));
+  }
+  const struct {
+    UTF16String path, expected;
+  } rows[] = {
+      {LR"(\\?\C:\a)", LR"(C:\a)"},
+      {LR"(\\?\UNC\srv\s)", LR"(\\srv\s)"},
+      {LR"(\\?\UNC\)", LR"(\\)"},
+      {LR"(\\?\C:)", LR"(\\?\C:)"},  // kept: no backslash behind the colon
+      {LR"(\\?\C:a)", LR"(\\?\C:a)"},
+      {LR"(\\?\unc\srv\s)", LR"(\\?\unc\srv\s)"},  // UNC is compared case-sensitively
+      {LR"(\\?\1:\a)", LR"(\\?\1:\a)"},
+      {LR"(C:\a)", LR"(C:\a)"},
+      {LR"(\\?\)", LR"(\\?\)"},
+      {L"", L""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(Show(row.path));
+    EXPECT_EQ(row.expected, PathUtils::Win::StripUNC(row.path));
+  }
+}
+
+TEST(PathNormalization, AcceptablePathsAreDriveAndDoubleBackslashPaths) {
+  for (const wchar_t* path : {L"c:", L"Z:\\", L"\\\\x", L"\\\\", L"C:rel"})
+    EXPECT_TRUE(PathUtils::IsWinAPIAcceptablePath(path)) << Show(path);
+  for (const wchar_t* path : {L"x", L"1:\\", L"/a", L"", L"\\", L"//srv/share", L"rel\\x"})
+    EXPECT_FALSE(PathUtils::IsWinAPIAcceptablePath(path)) << Show(path);
+}
+
+TEST(PathNormalization, OddInputsComeBackUnchangedOrPrefixed) {
+  const UTF16String huge = LR"(C:\)" + UTF16String(32 * 1024, L'a');
+  EXPECT_EQ(LR"(\\?\)" + huge, PathUtils::ToNormalizedPath(huge));
+  EXPECT_EQ(huge, PathUtils::Win::StripUNC(PathUtils::ToNormalizedPath(huge)));
+  const UTF16String withNul(L"C:\\a\0b", 6);
+  EXPECT_EQ(LR"(\\?\)" + withNul, PathUtils::ToNormalizedPath(withNul));
+  const UTF16String surrogate = L"\xD800";
+  EXPECT_EQ(surrogate, PathUtils::ToNormalizedPath(surrogate));
+  EXPECT_FALSE(PathUtils::IsNormalizedPath(surrogate));
+}
+
+TEST(CombinePaths, JoinsThroughTheShellOnlyOnAnAcceptableBase) {
+  const struct {
+    UTF16String base, more, expected;
+  } rows[] = {
+      {LR"(C:\a\b)", LR"(..\c)", LR"(C:\a\c)"},
+      {LR"(C:\a\b)", LR"(.\c\.\d)", LR"(C:\a\b\c\d)"},
+      {LR"(C:\a)", LR"(D:\x)", LR"(D:\x)"},  // a rooted second path wins
+      {LR"(\\srv\share)", L"x", LR"(\\srv\share\x)"},
+      {L"rel", L"x", L""},
+      {L"rel", LR"(C:\x)", L""},
+      {L"", L"x", L""},
+      {LR"(C:\a)", UTF16String(300, L'x'), L""},  // longer than the shell's buffer
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(Show(row.base) + " + " + Show(row.more));
+    EXPECT_EQ(row.expected, PathUtils::CombinePaths(row.base, row.more));
+  }
+}
+
+TEST(ArePathsRelative, RelatesTheDirectoriesBelowTheDrive) {
+  const struct {
+    UTF16String from, to;
+    bool related;
+    UTF16String expectedStart;  // the relative path begins so
+  } rows[] = {
+      {LR"(C:\a\b\file.txt)", LR"(C:\a\c\)", true, LR"(..\c)"},
+      {LR"(C:/a/b/file.txt)", LR"(C:/a/c/)", true, LR"(..\c)"},  // slashes are turned first
+      // The drive is dropped before comparing: different drives still relate.
+      {LR"(C:\a\x\f)", LR"(D:\a\y\g)", true, LR"(..\y)"},
+      // UNC paths count as being on drive C: and compare by their components.
+      {LR"(\\srv\share\x\f)", LR"(\\srv\share\y\)", true, LR"(..\y)"},
+      {LR"(C:\a\x\f)", LR"(C:\b\y\g)", false, L""},  // no first component in common
+      {LR"(rel\a\f)", LR"(C:\rel\a\)", false, L""},
+      {LR"(C:\a\f)", L"", false, L""},
+      {LR"(C:\)" + UTF16String(300, L'a') + L"\\", LR"(C:\a\)", false, L""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(Show(row.from) + " -> " + Show(row.to));
+    UTF16String relative = L"untouched";
+    EXPECT_EQ(row.related, PathUtils::ArePathsRelative(row.from, row.to, relative));
+    if (row.related)
+      EXPECT_EQ(row.expectedStart, relative.substr(0, row.expectedStart.size())) << Show(relative);
+    else
+      EXPECT_EQ(L"untouched", relative);
+  }
+}
+
+}  // namespace
