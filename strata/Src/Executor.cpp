@@ -1,6 +1,5 @@
 #include "strata/Executor.h"
 
-#include <condition_variable>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -77,9 +76,9 @@ struct PoolState {
   const ThreadHook mOnStart;
   const ThreadHook mOnEnd;
 
-  std::mutex mMutex;
-  std::condition_variable mWork;  // a task arrived, or stopping
-  std::condition_variable mDone;  // a task finished while somebody waits
+  platform::Lock mMutex;
+  platform::Condition mWork;  // a task arrived, or stopping
+  platform::Condition mDone;  // a task finished while somebody waits
   detail::TaskLedger mTasks;
   bool mStopping = false;
   std::uint32_t mWaiters = 0;
@@ -92,9 +91,9 @@ void RunPoolThread(const std::shared_ptr<PoolState>& inState) {
   detail::RunningScope scope(&state);
   if (state.mOnStart) detail::RunTaskReportingErrors(state.mOnStart, state.mName);
 
-  std::unique_lock<std::mutex> lock(state.mMutex);
+  std::unique_lock<platform::Lock> lock(state.mMutex);
   for (;;) {
-    state.mWork.wait(lock, [&state] { return state.mStopping || !state.mTasks.IsEmpty(); });
+    state.mWork.Wait(lock, [&state] { return state.mStopping || !state.mTasks.IsEmpty(); });
     // Stopping still runs what was posted before.
     if (state.mTasks.IsEmpty()) break;
     Task task;
@@ -106,7 +105,7 @@ void RunPoolThread(const std::shared_ptr<PoolState>& inState) {
     task = nullptr;
     lock.lock();
     state.mTasks.Finished(number);
-    if (state.mWaiters != 0) state.mDone.notify_all();
+    if (state.mWaiters != 0) state.mDone.NotifyAll();
   }
   lock.unlock();
   if (state.mOnEnd) detail::RunTaskReportingErrors(state.mOnEnd, state.mName);
@@ -118,10 +117,10 @@ class ThreadedExecutor : public Executor {
 
   ~ThreadedExecutor() override {
     {
-      std::lock_guard<std::mutex> lock(mState->mMutex);
+      std::lock_guard<platform::Lock> lock(mState->mMutex);
       mState->mStopping = true;
     }
-    mState->mWork.notify_all();
+    mState->mWork.NotifyAll();
     for (const std::unique_ptr<platform::Thread>& thread : mThreads) {
       // The last reference went inside one of our tasks: that thread
       // cannot wait for itself, and ends after the task.
@@ -144,10 +143,10 @@ class ThreadedExecutor : public Executor {
   void Post(Task inTask, PostOptions::Type) override {
     STRATA_INPUT_CONTRACT(inTask != nullptr);
     {
-      std::lock_guard<std::mutex> lock(mState->mMutex);
+      std::lock_guard<platform::Lock> lock(mState->mMutex);
       mState->mTasks.Push(std::move(inTask));
     }
-    mState->mWork.notify_one();
+    mState->mWork.NotifyOne();
   }
 
   void WaitForAll() override {
@@ -156,10 +155,10 @@ class ThreadedExecutor : public Executor {
       return;
     }
     PoolState& state = *mState;
-    std::unique_lock<std::mutex> lock(state.mMutex);
+    std::unique_lock<platform::Lock> lock(state.mMutex);
     const std::uint64_t last = state.mTasks.GetLastPosted();
     ++state.mWaiters;
-    state.mDone.wait(lock, [&state, last] { return state.mTasks.IsDoneThrough(last); });
+    state.mDone.Wait(lock, [&state, last] { return state.mTasks.IsDoneThrough(last); });
     --state.mWaiters;
   }
 
@@ -189,8 +188,8 @@ struct SubState {
   const std::uint32_t mMaxConcurrency;
   const std::string mName;
 
-  std::mutex mMutex;
-  std::condition_variable mDone;
+  platform::Lock mMutex;
+  platform::Condition mDone;
   detail::TaskLedger mTasks;
   std::uint32_t mActiveRunners = 0;  // runs of RunSubTasks posted or running
   std::uint32_t mWaiters = 0;
@@ -206,11 +205,11 @@ void RunSubTasks(const std::shared_ptr<SubState>& inState) {
   const int kTasksPerTurn = 32;
   SubState& state = *inState;
   detail::RunningScope scope(&state);
-  std::unique_lock<std::mutex> lock(state.mMutex);
+  std::unique_lock<platform::Lock> lock(state.mMutex);
   for (int ran = 0;; ++ran) {
     if (state.mTasks.IsEmpty()) {
       --state.mActiveRunners;
-      if (state.mWaiters != 0) state.mDone.notify_all();
+      if (state.mWaiters != 0) state.mDone.NotifyAll();
       return;
     }
     if (ran == kTasksPerTurn) break;
@@ -221,7 +220,7 @@ void RunSubTasks(const std::shared_ptr<SubState>& inState) {
     task = nullptr;
     lock.lock();
     state.mTasks.Finished(number);
-    if (state.mWaiters != 0) state.mDone.notify_all();
+    if (state.mWaiters != 0) state.mDone.NotifyAll();
   }
   lock.unlock();
   LaunchRunner(inState);
@@ -232,10 +231,10 @@ void LaunchRunner(const std::shared_ptr<SubState>& inState) {
     inState->mParent->Post([inState] { RunSubTasks(inState); });
   } catch (...) {
     {
-      std::lock_guard<std::mutex> lock(inState->mMutex);
+      std::lock_guard<platform::Lock> lock(inState->mMutex);
       --inState->mActiveRunners;
     }
-    inState->mDone.notify_all();
+    inState->mDone.NotifyAll();
     throw;
   }
 }
@@ -247,7 +246,7 @@ class SubExecutor : public Executor {
 
   ~SubExecutor() override {
     SubState& state = *mState;
-    std::unique_lock<std::mutex> lock(state.mMutex);
+    std::unique_lock<platform::Lock> lock(state.mMutex);
     if (detail::RunningScope::IsRunningForAny()) {
       // Inside a task, the runs waited for might need this very thread:
       // let them finish later, with the parent kept alive for them.
@@ -255,7 +254,7 @@ class SubExecutor : public Executor {
       return;
     }
     ++state.mWaiters;
-    state.mDone.wait(lock, [&state] { return state.mActiveRunners == 0; });
+    state.mDone.Wait(lock, [&state] { return state.mActiveRunners == 0; });
     --state.mWaiters;
   }
 
@@ -263,7 +262,7 @@ class SubExecutor : public Executor {
     STRATA_INPUT_CONTRACT(inTask != nullptr);
     bool launch = false;
     {
-      std::lock_guard<std::mutex> lock(mState->mMutex);
+      std::lock_guard<platform::Lock> lock(mState->mMutex);
       mState->mTasks.Push(std::move(inTask));
       if (mState->mActiveRunners < mState->mMaxConcurrency) {
         ++mState->mActiveRunners;
@@ -279,10 +278,10 @@ class SubExecutor : public Executor {
       return;
     }
     SubState& state = *mState;
-    std::unique_lock<std::mutex> lock(state.mMutex);
+    std::unique_lock<platform::Lock> lock(state.mMutex);
     const std::uint64_t last = state.mTasks.GetLastPosted();
     ++state.mWaiters;
-    state.mDone.wait(lock, [&state, last] { return state.mTasks.IsDoneThrough(last); });
+    state.mDone.Wait(lock, [&state, last] { return state.mTasks.IsDoneThrough(last); });
     --state.mWaiters;
   }
 

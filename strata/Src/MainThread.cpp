@@ -1,7 +1,6 @@
 // The application's main thread as a place to defer calls to: one queue
 // per process, run by the host's pump on the registered thread.
 #include <atomic>
-#include <condition_variable>
 #include <mutex>
 
 #include "ExecutorSupport.h"
@@ -18,8 +17,8 @@ namespace {
 const char kMainThreadName[] = "main thread";
 
 struct MainThreadState {
-  std::mutex mMutex;
-  std::condition_variable mDone;  // a call finished while somebody waits
+  platform::Lock mMutex;
+  platform::Condition mDone;  // a call finished while somebody waits
   detail::TaskLedger mCalls;
   std::uint32_t mThreadId = 0;       // meaningful while registered
   std::uint32_t mRegistrations = 0;  // nested registrations of mThreadId
@@ -46,7 +45,7 @@ class MainThreadExecutor : public Executor {
       detail::ReportWaitInsideOwnTask(kMainThreadName);
       return;
     }
-    std::unique_lock<std::mutex> lock(state.mMutex);
+    std::unique_lock<platform::Lock> lock(state.mMutex);
     if (IsRegisteredMainThread(state)) {
       // Nobody else runs these calls: one pump runs all posted so far.
       lock.unlock();
@@ -55,7 +54,7 @@ class MainThreadExecutor : public Executor {
     }
     const std::uint64_t last = state.mCalls.GetLastPosted();
     ++state.mWaiters;
-    state.mDone.wait(lock, [&state, last] { return state.mCalls.IsDoneThrough(last); });
+    state.mDone.Wait(lock, [&state, last] { return state.mCalls.IsDoneThrough(last); });
     --state.mWaiters;
   }
 
@@ -73,7 +72,7 @@ AsyncEventLoopAdaptor::AsyncEventLoopAdaptor() : mImpl(new PrivateImpl) {
   MainThreadState& state = GetState();
   bool registered = false;
   {
-    std::lock_guard<std::mutex> lock(state.mMutex);
+    std::lock_guard<platform::Lock> lock(state.mMutex);
     const std::uint32_t current = platform::GetCurrentThreadId();
     if (state.mRegistrations == 0 || state.mThreadId == current) {
       state.mThreadId = current;
@@ -95,13 +94,13 @@ void AsyncEventLoopAdaptor::Unregister() {
   MainThreadState& state = GetState();
   bool last = false;
   {
-    std::lock_guard<std::mutex> lock(state.mMutex);
+    std::lock_guard<platform::Lock> lock(state.mMutex);
     last = state.mRegistrations == 1 && state.mThreadId == platform::GetCurrentThreadId();
   }
   // Deferred work (messages, completions) must not be lost with the main
   // thread: run it while this thread still counts as the main thread.
   if (last) RunMainThreadCalls();
-  std::lock_guard<std::mutex> lock(state.mMutex);
+  std::lock_guard<platform::Lock> lock(state.mMutex);
   if (--state.mRegistrations == 0) state.mThreadId = 0;
 }
 
@@ -113,7 +112,7 @@ AsyncEventLoopAdaptorRef RegisterCurrentThreadAsMainThread() {
 
 bool IsMainThread() {
   MainThreadState& state = GetState();
-  std::lock_guard<std::mutex> lock(state.mMutex);
+  std::lock_guard<platform::Lock> lock(state.mMutex);
   return IsRegisteredMainThread(state);
 }
 
@@ -122,7 +121,7 @@ void PostToMainThread(Task inTask) {
   MainThreadState& state = GetState();
   ThreadHook wake;
   {
-    std::lock_guard<std::mutex> lock(state.mMutex);
+    std::lock_guard<platform::Lock> lock(state.mMutex);
     if (state.mCalls.IsEmpty()) wake = state.mWakeHook;
     state.mCalls.Push(std::move(inTask));
   }
@@ -131,7 +130,7 @@ void PostToMainThread(Task inTask) {
 
 std::size_t RunMainThreadCalls() {
   MainThreadState& state = GetState();
-  std::unique_lock<std::mutex> lock(state.mMutex);
+  std::unique_lock<platform::Lock> lock(state.mMutex);
   if (!IsRegisteredMainThread(state)) return 0;
   // Calls posted from here on wait for the next pump, so a call that posts
   // itself again cannot keep the host from returning to its loop.
@@ -150,7 +149,7 @@ std::size_t RunMainThreadCalls() {
     ++ran;
     lock.lock();
     state.mCalls.Finished(number);
-    if (state.mWaiters != 0) state.mDone.notify_all();
+    if (state.mWaiters != 0) state.mDone.NotifyAll();
   }
   // Calls left for the next pump: a posting thread saw a non-empty queue
   // and did not wake the host, so wake it now.
@@ -163,7 +162,7 @@ std::size_t RunMainThreadCalls() {
 
 ThreadHook SetMainThreadWakeHook(ThreadHook inHook) {
   MainThreadState& state = GetState();
-  std::lock_guard<std::mutex> lock(state.mMutex);
+  std::lock_guard<platform::Lock> lock(state.mMutex);
   std::swap(state.mWakeHook, inHook);
   return inHook;
 }

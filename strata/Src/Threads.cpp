@@ -1,8 +1,8 @@
 #include "strata/Threads.h"
 
-#include <chrono>
-#include <condition_variable>
 #include <mutex>
+
+#include "Platform.h"
 
 #include "strata/Impl.h"
 
@@ -27,8 +27,8 @@ void RecursiveMutex::Unlock() { mImpl->mMutex.unlock(); }
 class Gate::PrivateImpl : public Impl {
  public:
   explicit PrivateImpl(bool inOpen) : mOpen(inOpen) {}
-  mutable std::mutex mMutex;
-  std::condition_variable mOpened;
+  platform::Lock mMutex;
+  platform::Condition mOpened;
   bool mOpen;
 };
 
@@ -38,33 +38,30 @@ Gate::~Gate() = default;
 
 void Gate::Open() {
   {
-    std::lock_guard<std::mutex> lock(mImpl->mMutex);
+    std::lock_guard<platform::Lock> lock(mImpl->mMutex);
     mImpl->mOpen = true;
   }
-  mImpl->mOpened.notify_all();
+  mImpl->mOpened.NotifyAll();
 }
 
 void Gate::Close() {
-  std::lock_guard<std::mutex> lock(mImpl->mMutex);
+  std::lock_guard<platform::Lock> lock(mImpl->mMutex);
   mImpl->mOpen = false;
 }
 
 bool Gate::IsOpen() const {
-  std::lock_guard<std::mutex> lock(mImpl->mMutex);
+  std::lock_guard<platform::Lock> lock(mImpl->mMutex);
   return mImpl->mOpen;
 }
 
 bool Gate::PassThrough(int inTimeoutMs) {
-  std::unique_lock<std::mutex> lock(mImpl->mMutex);
+  std::unique_lock<platform::Lock> lock(mImpl->mMutex);
   const auto isOpen = [this] { return mImpl->mOpen; };
   if (inTimeoutMs < 0) {
-    mImpl->mOpened.wait(lock, isOpen);
+    mImpl->mOpened.Wait(lock, isOpen);
     return true;
   }
-  // A steady clock, so that a change of the wall clock cannot stretch or
-  // cut the wait.
-  return mImpl->mOpened.wait_until(
-      lock, std::chrono::steady_clock::now() + std::chrono::milliseconds(inTimeoutMs), isOpen);
+  return mImpl->mOpened.WaitFor(lock, static_cast<std::uint32_t>(inTimeoutMs), isOpen);
 }
 
 }  // namespace threads
