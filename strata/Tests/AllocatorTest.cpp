@@ -103,28 +103,3 @@ TEST(SmallBlockAllocator, FreedBlockServesTheNextRequestOfItsSizeClass) {
   SmallBlockAllocator::Free(large, SmallBlockAllocator::kLargestPooledSize + 1);
   EXPECT_EQ(pooled, SmallBlockAllocator::GetPooledBytes());
 }
-
-TEST(SmallBlockAllocator, ConcurrentUsersNeverShareABlock) {
-  using strata::allocator::SmallBlockAllocator;
-  std::vector<std::thread> threads;
-  std::vector<int> corruptions(4, 0);
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([t, &corruptions] {
-      std::vector<std::pair<unsigned char*, std::size_t>> held;
-      for (int i = 0; i < 20000; ++i) {
-        const std::size_t size = 1 + (i * 37) % 600;
-        unsigned char* block = static_cast<unsigned char*>(SmallBlockAllocator::Allocate(size));
-        std::memset(block, t + 1, size);
-        held.emplace_back(block, size);
-        if (held.size() < 8) continue;
-        for (std::size_t b = 0; b < held[0].second; ++b)
-          if (held[0].first[b] != t + 1) ++corruptions[t];
-        SmallBlockAllocator::Free(held[0].first, held[0].second);
-        held.erase(held.begin());
-      }
-      for (auto& entry : held) SmallBlockAllocator::Free(entry.first, entry.second);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(corruptions, std::vector<int>(4, 0));
-}

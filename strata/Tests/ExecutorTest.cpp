@@ -68,27 +68,48 @@ class ExecutorTest : public ::testing::Test {
   std::vector<std::string> mDialogs;
 };
 
-TEST_F(ExecutorTest, ThreadedExecutorRunsEveryTaskFromConcurrentPosters) {
-  ExecutorRef pool = MakePool(3);
-  ASSERT_TRUE(pool);
-  std::atomic<int> ran{0};
-  std::vector<std::thread> posters;
-  for (int t = 0; t < 4; ++t)
-    posters.emplace_back([&] {
-      for (int i = 0; i < 5000; ++i) pool->Post([&ran] { ran.fetch_add(1); });
-    });
-  for (std::thread& poster : posters) poster.join();
-  pool->WaitForAll();
-  EXPECT_EQ(4 * 5000, ran.load());
-}
-
-TEST_F(ExecutorTest, OneThreadRunsTasksInPostingOrder) {
-  ExecutorRef pool = MakePool(1);
-  std::vector<int> order;
-  for (int i = 0; i < 1000; ++i) pool->Post([&order, i] { order.push_back(i); });
-  pool->WaitForAll();
-  ASSERT_EQ(1000u, order.size());
-  for (int i = 0; i < 1000; ++i) ASSERT_EQ(i, order[i]);
+TEST_F(ExecutorTest, EveryKindRunsAllTasksAndSerialOnesKeepPostingOrder) {
+  ExecutorRef pool = MakePool(4);
+  const struct {
+    const char* name;
+    ExecutorRef executor;
+    int limit;  // tasks at a time; 1 keeps posting order
+  } rows[] = {
+      {"one thread", MakePool(1), 1},
+      {"three threads", MakePool(3), 3},
+      {"serial view", strata::threads::CreateSubExecutor(pool, 1), 1},
+      {"second serial view of the same pool", strata::threads::CreateSubExecutor(pool, 1), 1},
+      {"view of two at a time", strata::threads::CreateSubExecutor(pool, 2), 2},
+      {"CPU pool", strata::threads::CreateCPUBoundExecutor(), 64},
+  };
+  const int kPosters = 4, kTasks = 3000;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    std::vector<std::vector<int>> order(kPosters);  // per poster; filled when serial
+    std::atomic<int> ran{0}, inside{0}, most{0};
+    std::vector<std::thread> posters;
+    for (int p = 0; p < kPosters; ++p)
+      posters.emplace_back([&, p] {
+        for (int i = 0; i < kTasks; ++i)
+          row.executor->Post([&, p, i] {
+            const int now = inside.fetch_add(1) + 1;
+            for (int seen = most.load(); now > seen && !most.compare_exchange_weak(seen, now);) {
+            }
+            if (row.limit == 1) order[p].push_back(i);
+            inside.fetch_sub(1);
+            ran.fetch_add(1);
+          });
+      });
+    for (std::thread& poster : posters) poster.join();
+    row.executor->WaitForAll();
+    EXPECT_EQ(kPosters * kTasks, ran.load());
+    EXPECT_LE(most.load(), row.limit);
+    if (row.limit != 1) continue;
+    for (const std::vector<int>& posted : order) {
+      ASSERT_EQ(static_cast<std::size_t>(kTasks), posted.size());
+      EXPECT_TRUE(std::is_sorted(posted.begin(), posted.end()));
+    }
+  }
 }
 
 TEST_F(ExecutorTest, ThreadsAreNamedAndRunTheirHooksOnce) {
@@ -148,18 +169,24 @@ TEST_F(ExecutorTest, ThrowingTaskIsReportedAndItsThreadCarriesOn) {
 }
 
 TEST_F(ExecutorTest, ReleasingTheLastReferenceRunsQueuedTasksAndJoinsThreads) {
-  std::atomic<int> ran{0};
-  {
-    ExecutorRef pool = MakePool(4);
-    EXPECT_EQ(mBaselineThreads + 4, CountProcessThreads());
-    for (int i = 0; i < 200; ++i)
-      pool->Post([&ran, i] {
-        ::Sleep(i % 7 == 0 ? 1 : 0);
-        ran.fetch_add(1);
-      });
+  for (bool view : {false, true}) {
+    SCOPED_TRACE(view ? "serial view of a pool" : "pool");
+    std::atomic<int> ran{0};
+    {
+      ExecutorRef pool = MakePool(4);
+      EXPECT_EQ(mBaselineThreads + 4, CountProcessThreads());
+      // The view holds the pool's last reference once the pool is dropped.
+      ExecutorRef executor = view ? strata::threads::CreateSubExecutor(pool, 1) : pool;
+      pool.reset();
+      for (int i = 0; i < 200; ++i)
+        executor->Post([&ran, i] {
+          ::Sleep(i % 7 == 0 ? 1 : 0);
+          ran.fetch_add(1);
+        });
+    }
+    EXPECT_EQ(200, ran.load());
+    EXPECT_EQ(mBaselineThreads, CountProcessThreads());
   }
-  EXPECT_EQ(200, ran.load());
-  // TearDown checks that the threads are gone.
 }
 
 TEST_F(ExecutorTest, LastReferenceReleasedInsideOwnTaskDoesNotDeadlock) {
@@ -236,99 +263,6 @@ TEST_F(ExecutorTest, CPUPoolIsOnePerProcessAndSizedToTheMachine) {
   again->Post([&ran] { ran = true; });
   again->WaitForAll();
   EXPECT_TRUE(ran.load());
-}
-
-TEST_F(ExecutorTest, BadArgumentsBreakInputContracts) {
-  EXPECT_THROW(MakePool(0), strata::config::strata_exception);
-  EXPECT_THROW(strata::threads::CreateSubExecutor(ExecutorRef(), 1), strata::config::strata_exception);
-  ExecutorRef pool = MakePool(1);
-  EXPECT_THROW(strata::threads::CreateSubExecutor(pool, 0), strata::config::strata_exception);
-  EXPECT_THROW(pool->Post(strata::threads::Task()), strata::config::strata_exception);
-}
-
-// ------------------------------------------------------------ sub-executors
-
-TEST_F(ExecutorTest, SerialViewsRunOneAtATimeInOrderWhileSharingAPool) {
-  ExecutorRef pool = MakePool(4);
-  const int kViews = 4, kTasks = 5000;
-  struct ViewLog {
-    ExecutorRef view;
-    std::atomic<int> inside{0};
-    int overlaps = 0;
-    std::vector<int> order;
-  };
-  std::vector<ViewLog> logs(kViews);
-  for (ViewLog& log : logs) log.view = strata::threads::CreateSubExecutor(pool, 1);
-  std::vector<std::thread> posters;
-  for (int v = 0; v < kViews; ++v)
-    posters.emplace_back([&logs, v] {
-      ViewLog& log = logs[v];
-      for (int i = 0; i < kTasks; ++i)
-        log.view->Post([&log, i] {
-          if (log.inside.fetch_add(1) != 0) ++log.overlaps;
-          log.order.push_back(i);
-          log.inside.fetch_sub(1);
-        });
-    });
-  for (std::thread& poster : posters) poster.join();
-  for (int v = 0; v < kViews; ++v) {
-    SCOPED_TRACE("view " + std::to_string(v));
-    logs[v].view->WaitForAll();
-    EXPECT_EQ(0, logs[v].overlaps);
-    ASSERT_EQ(static_cast<std::size_t>(kTasks), logs[v].order.size());
-    EXPECT_TRUE(std::is_sorted(logs[v].order.begin(), logs[v].order.end()));
-  }
-}
-
-TEST_F(ExecutorTest, ViewWithALimitReachesButNeverExceedsIt) {
-  ExecutorRef pool = MakePool(4);
-  ExecutorRef view = strata::threads::CreateSubExecutor(pool, 2);
-  std::atomic<int> inside{0}, most{0};
-  std::atomic<int> met{0};
-  for (int i = 0; i < 40; ++i)
-    view->Post([&] {
-      const int now = inside.fetch_add(1) + 1;
-      int seen = most.load();
-      while (now > seen && !most.compare_exchange_weak(seen, now)) {
-      }
-      // Linger a little so that a second task can join.
-      for (int spin = 0; spin < 20 && inside.load() < 2; ++spin) ::Sleep(1);
-      if (inside.load() == 2) met.fetch_add(1);
-      inside.fetch_sub(1);
-    });
-  view->WaitForAll();
-  EXPECT_EQ(2, most.load());
-  EXPECT_GT(met.load(), 0);
-}
-
-TEST_F(ExecutorTest, ReleasingAViewWaitsForItsTasks) {
-  ExecutorRef pool = MakePool(2);
-  std::atomic<int> ran{0};
-  {
-    ExecutorRef view = strata::threads::CreateSubExecutor(pool, 1);
-    for (int i = 0; i < 100; ++i)
-      view->Post([&ran] {
-        ::Sleep(0);
-        ran.fetch_add(1);
-      });
-  }
-  EXPECT_EQ(100, ran.load());
-}
-
-TEST_F(ExecutorTest, ViewOfAViewKeepsBothOrders) {
-  ExecutorRef outer = strata::threads::CreateSubExecutor(MakePool(3), 1);
-  ExecutorRef inner = strata::threads::CreateSubExecutor(outer, 1);
-  std::vector<int> order;
-  for (int i = 0; i < 500; ++i) (i % 2 ? inner : outer)->Post([&order, i] { order.push_back(i); });
-  inner->WaitForAll();
-  outer->WaitForAll();
-  ASSERT_EQ(500u, order.size());
-  // The inner view's tasks run on the outer one, so all stay serial; each
-  // view keeps its own order.
-  std::vector<int> odd, even;
-  for (int i : order) (i % 2 ? odd : even).push_back(i);
-  EXPECT_TRUE(std::is_sorted(odd.begin(), odd.end()));
-  EXPECT_TRUE(std::is_sorted(even.begin(), even.end()));
 }
 
 // -------------------------------------------------------------- main thread

@@ -61,21 +61,13 @@ class MessagingTest : public ::testing::Test {
   std::vector<std::string> mLog;
 };
 
-TEST_F(MessagingTest, StationsRegisterOnceAndUniqueOnesNeverCollide) {
+TEST_F(MessagingTest, BroadcastReachesListenersInOrderOnlyOnTheirStation) {
   const StationID named("test.messaging.named");
   EXPECT_TRUE(strata::messaging::RegisterStation(named));
   EXPECT_FALSE(strata::messaging::RegisterStation(named));
-  // A host-registered name in the unique form is skipped, not shared.
-  const StationID next = strata::messaging::RegisterUniqueStation();
-  EXPECT_NE(mStation, next);
-  EXPECT_TRUE(strata::messaging::IsStationRegistered(next));
-  EXPECT_TRUE(strata::messaging::DisposeStation(next));
-  EXPECT_FALSE(strata::messaging::DisposeStation(next));
-  EXPECT_FALSE(strata::messaging::IsStationRegistered(next));
-  EXPECT_TRUE(strata::messaging::DisposeStation(named));
-}
-
-TEST_F(MessagingTest, BroadcastReachesListenersInOrderOnlyOnTheirStation) {
+  const StationID unique = strata::messaging::RegisterUniqueStation();
+  EXPECT_NE(mStation, unique);
+  EXPECT_TRUE(strata::messaging::DisposeStation(unique));
   Recorder a(mLog, "a"), b(mLog, "b");
   EXPECT_TRUE(strata::messaging::AddListener(mStation, &a));
   EXPECT_TRUE(strata::messaging::AddListener(mStation, &b));
@@ -87,6 +79,11 @@ TEST_F(MessagingTest, BroadcastReachesListenersInOrderOnlyOnTheirStation) {
   EXPECT_FALSE(strata::messaging::RemoveListener(mStation, &a));
   EXPECT_EQ(1u, Send(2));
   EXPECT_EQ((std::vector<std::string>{"a1", "b1", "b2"}), mLog);
+  EXPECT_TRUE(strata::messaging::DisposeStation(mStation));
+  EXPECT_FALSE(strata::messaging::DisposeStation(mStation));
+  EXPECT_EQ(0u, Send(3));
+  EXPECT_FALSE(strata::messaging::AddListener(mStation, &a));
+  strata::messaging::DisposeStation(named);
 }
 
 TEST_F(MessagingTest, ListenersMayChangeTheStationFromInsideTheirHandler) {
