@@ -48,9 +48,13 @@ void RunTaskReportingErrors(const Task& inTask, const std::string& inExecutorNam
   } catch (...) {
     failure = "an exception that is not a std::exception";
   }
-  debug::ReportAssertion(sSite, false, "task returned without throwing",
-                         "A task of executor \"" + inExecutorName + "\" threw: " + failure,
-                         STRATA_FUNCTION_SIGNATURE, __FILE__, __LINE__);
+  try {
+    debug::ReportAssertion(sSite, false, "task returned without throwing",
+                           "A task of executor \"" + inExecutorName + "\" threw: " + failure,
+                           STRATA_FUNCTION_SIGNATURE, __FILE__, __LINE__);
+  } catch (...) {
+    // A dialog hook that throws must not end the thread either.
+  }
 }
 
 void ReportWaitInsideOwnTask(const std::string& inExecutorName) {
