@@ -32,8 +32,13 @@ file(MAKE_DIRECTORY ${OSTRA_BOOST_INCLUDE})
 if(NOT EXISTS ${OSTRA_BOOST_INCLUDE}/boost)
   file(CREATE_LINK ${OSTRA_BOOST_ROOT} ${OSTRA_BOOST_INCLUDE}/boost SYMBOLIC)
 endif()
+# strata's headers use boost::shared_ptr, so consumers need the headers too:
+# the installed package carries the same kind of folder (OstraPackage.cmake).
+set(OSTRA_BOOST_INSTALL_INCLUDE ${CMAKE_INSTALL_INCLUDEDIR}/ostra-boost)
 add_library(ostra_boost INTERFACE)
-target_include_directories(ostra_boost SYSTEM INTERFACE ${OSTRA_BOOST_INCLUDE})
+target_include_directories(ostra_boost SYSTEM INTERFACE $<BUILD_INTERFACE:${OSTRA_BOOST_INCLUDE}>)
+# Imported targets' folders are system folders for their consumers anyway.
+target_include_directories(ostra_boost INTERFACE $<INSTALL_INTERFACE:${OSTRA_BOOST_INSTALL_INCLUDE}>)
 
 # The MinGW C++ runtime is shared (one heap and one set of exception types
 # for the host and every DLL); it travels beside our DLLs.

@@ -9,8 +9,16 @@ int main() {
   const Ostra::Result result = Ostra::Win::SystemErrorToOstraResult(5);
   const std::string text = strata::string::UTF16toStdString(L"caf\u00e9");
   Ostra::Foundation::SetFileBufferFactory({});
+  // strata's executors reach the host through Boost's shared_ptr.
+  int ran = 0;
+  {
+    strata::threads::ExecutorRef serial =
+        strata::threads::CreateSubExecutor(strata::threads::CreateCPUBoundExecutor(), 1);
+    serial->Post([&ran] { ++ran; });
+    serial->WaitForAll();
+  }
   const bool ok = result == Ostra::eAccessDenied && text == "caf\xc3\xa9" &&
-                  stratamedia::GetVersionString()[0] != '\0';
+                  stratamedia::GetVersionString()[0] != '\0' && ran == 1;
   std::printf("package consumer: %s\n", ok ? "ok" : "FAILED");
   return ok ? 0 : 1;
 }

@@ -132,5 +132,101 @@ std::size_t RecycledMemory::ReleaseUnusedMemory() { return GetPool().ReleaseUnus
 
 std::size_t RecycledMemory::GetPooledBytes() { return GetPool().GetPooledBytes(); }
 
+// ---------------------------------------------------- small-block allocator
+
+namespace {
+
+const std::size_t kSizeClassBytes = 16;
+const std::size_t kSizeClassCount = SmallBlockAllocator::kLargestPooledSize / kSizeClassBytes;
+// Enough for bursts of deferred messages without holding memory for ever.
+const std::size_t kMaxBlocksPerClass = 1024;
+
+// Free blocks, linked through their first bytes, per size class.
+class SmallBlockPool {
+ public:
+  SmallBlockPool() { sAlive.store(true); }
+  ~SmallBlockPool() {
+    sAlive.store(false);
+    for (FreeBlock*& head : mHeads) {
+      while (head) {
+        FreeBlock* next = head->mNext;
+        ::operator delete(head);
+        head = next;
+      }
+    }
+  }
+  SmallBlockPool(const SmallBlockPool&) = delete;
+  SmallBlockPool& operator=(const SmallBlockPool&) = delete;
+
+  // As Pool::sAlive: blocks freed after the pool at process exit go back
+  // to the heap.
+  static std::atomic<bool> sAlive;
+
+  static std::size_t ClassOf(std::size_t inSize) { return inSize == 0 ? 0 : (inSize - 1) / kSizeClassBytes; }
+
+  void* Take(std::size_t inClass) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    FreeBlock* block = mHeads[inClass];
+    if (!block) return nullptr;
+    mHeads[inClass] = block->mNext;
+    --mCounts[inClass];
+    mPooledBytes -= (inClass + 1) * kSizeClassBytes;
+    return block;
+  }
+
+  bool Keep(void* inBlock, std::size_t inClass) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (mCounts[inClass] == kMaxBlocksPerClass) return false;
+    FreeBlock* block = static_cast<FreeBlock*>(inBlock);
+    block->mNext = mHeads[inClass];
+    mHeads[inClass] = block;
+    ++mCounts[inClass];
+    mPooledBytes += (inClass + 1) * kSizeClassBytes;
+    return true;
+  }
+
+  std::size_t GetPooledBytes() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mPooledBytes;
+  }
+
+ private:
+  struct FreeBlock {
+    FreeBlock* mNext;
+  };
+  std::mutex mMutex;
+  FreeBlock* mHeads[kSizeClassCount] = {};
+  std::size_t mCounts[kSizeClassCount] = {};
+  std::size_t mPooledBytes = 0;
+};
+
+std::atomic<bool> SmallBlockPool::sAlive{false};
+
+SmallBlockPool& GetSmallBlockPool() {
+  static SmallBlockPool sPool;
+  return sPool;
+}
+
+}  // namespace
+
+void* SmallBlockAllocator::Allocate(std::size_t inSize) {
+  if (inSize > kLargestPooledSize) return ::operator new(inSize);
+  const std::size_t sizeClass = SmallBlockPool::ClassOf(inSize);
+  if (void* block = GetSmallBlockPool().Take(sizeClass)) return block;
+  // Every block of a class is allocated at the class's full size, so any
+  // block of the class can serve any size in it.
+  return ::operator new((sizeClass + 1) * kSizeClassBytes);
+}
+
+void SmallBlockAllocator::Free(void* inBlock, std::size_t inSize) {
+  if (!inBlock) return;
+  if (inSize <= kLargestPooledSize && SmallBlockPool::sAlive.load() &&
+      GetSmallBlockPool().Keep(inBlock, SmallBlockPool::ClassOf(inSize)))
+    return;
+  ::operator delete(inBlock);
+}
+
+std::size_t SmallBlockAllocator::GetPooledBytes() { return GetSmallBlockPool().GetPooledBytes(); }
+
 }  // namespace allocator
 }  // namespace strata

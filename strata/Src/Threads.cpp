@@ -2,6 +2,8 @@
 
 #include <mutex>
 
+#include "Platform.h"
+
 #include "strata/Impl.h"
 
 namespace strata {
@@ -21,6 +23,46 @@ void RecursiveMutex::Lock() { mImpl->mMutex.lock(); }
 bool RecursiveMutex::TryLock() { return mImpl->mMutex.try_lock(); }
 
 void RecursiveMutex::Unlock() { mImpl->mMutex.unlock(); }
+
+class Gate::PrivateImpl : public Impl {
+ public:
+  explicit PrivateImpl(bool inOpen) : mOpen(inOpen) {}
+  platform::Lock mMutex;
+  platform::Condition mOpened;
+  bool mOpen;
+};
+
+Gate::Gate(bool inOpen) : mImpl(new PrivateImpl(inOpen)) {}
+
+Gate::~Gate() = default;
+
+void Gate::Open() {
+  {
+    std::lock_guard<platform::Lock> lock(mImpl->mMutex);
+    mImpl->mOpen = true;
+  }
+  mImpl->mOpened.NotifyAll();
+}
+
+void Gate::Close() {
+  std::lock_guard<platform::Lock> lock(mImpl->mMutex);
+  mImpl->mOpen = false;
+}
+
+bool Gate::IsOpen() const {
+  std::lock_guard<platform::Lock> lock(mImpl->mMutex);
+  return mImpl->mOpen;
+}
+
+bool Gate::PassThrough(int inTimeoutMs) {
+  std::unique_lock<platform::Lock> lock(mImpl->mMutex);
+  const auto isOpen = [this] { return mImpl->mOpen; };
+  if (inTimeoutMs < 0) {
+    mImpl->mOpened.Wait(lock, isOpen);
+    return true;
+  }
+  return mImpl->mOpened.WaitFor(lock, static_cast<std::uint32_t>(inTimeoutMs), isOpen);
+}
 
 }  // namespace threads
 }  // namespace strata

@@ -82,3 +82,24 @@ TEST_F(AllocatorTest, ConcurrentUsersNeverShareStorage) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(corruptions, std::vector<int>(4, 0));
 }
+
+TEST(SmallBlockAllocator, FreedBlockServesTheNextRequestOfItsSizeClass) {
+  using strata::allocator::SmallBlockAllocator;
+  // One class is 16 bytes wide: 17..32 bytes share blocks.
+  void* block = SmallBlockAllocator::Allocate(20);
+  std::memset(block, 0xAB, 32);
+  SmallBlockAllocator::Free(block, 20);
+  EXPECT_EQ(block, SmallBlockAllocator::Allocate(32));
+  void* other = SmallBlockAllocator::Allocate(33);
+  EXPECT_NE(block, other);
+  SmallBlockAllocator::Free(other, 33);
+  SmallBlockAllocator::Free(block, 32);
+  SmallBlockAllocator::Free(nullptr, 8);
+
+  // Sizes above the pooled range go straight to the heap and back.
+  const std::size_t pooled = SmallBlockAllocator::GetPooledBytes();
+  void* large = SmallBlockAllocator::Allocate(SmallBlockAllocator::kLargestPooledSize + 1);
+  std::memset(large, 1, SmallBlockAllocator::kLargestPooledSize + 1);
+  SmallBlockAllocator::Free(large, SmallBlockAllocator::kLargestPooledSize + 1);
+  EXPECT_EQ(pooled, SmallBlockAllocator::GetPooledBytes());
+}

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <thread>
 #include <vector>
 
@@ -41,4 +43,36 @@ TEST(ThreadsTest, NestedScopedLocksKeepThreadsOutOfEachOthersSection) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(overlaps, 0);
   EXPECT_EQ(counter, 4 * 20000);
+}
+
+using strata::threads::Gate;
+
+TEST(GateTest, ClosedGateTimesOutAndOpenGateLetsThrough) {
+  Gate gate;
+  EXPECT_FALSE(gate.IsOpen());
+  EXPECT_FALSE(gate.PassThrough(0));
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(gate.PassThrough(60));
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
+  gate.Open();
+  EXPECT_TRUE(gate.PassThrough(0));
+  EXPECT_TRUE(gate.PassThrough(-1));  // stays open for everyone after
+  gate.Close();
+  EXPECT_FALSE(gate.PassThrough(0));
+  EXPECT_TRUE(Gate(true).PassThrough(0));
+}
+
+TEST(GateTest, OpeningReleasesEveryWaiterWithoutALimit) {
+  Gate gate;
+  std::atomic<int> through{0};
+  std::vector<std::thread> waiters;
+  for (int t = 0; t < 6; ++t)
+    waiters.emplace_back([&gate, &through, t] {
+      if (gate.PassThrough(t % 2 ? -1 : 60000)) through.fetch_add(1);
+    });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_EQ(0, through.load());
+  gate.Open();
+  for (std::thread& waiter : waiters) waiter.join();
+  EXPECT_EQ(6, through.load());
 }

@@ -44,5 +44,21 @@ class STRATA_API RecycledMemory {
   std::size_t mSize;
 };
 
+// Small objects that are made and freed often (messages sent to the main
+// thread, for one): freed blocks are kept per size class of 16 bytes and
+// handed out again. Thread-safe. Blocks above kLargestPooledSize come
+// straight from operator new.
+class STRATA_API SmallBlockAllocator {
+ public:
+  static const std::size_t kLargestPooledSize = 512;
+
+  // Like operator new: never null, std::bad_alloc when out of memory.
+  static void* Allocate(std::size_t inSize);
+  // inSize is the size given to Allocate. A null block is ignored.
+  static void Free(void* inBlock, std::size_t inSize);
+  // Bytes kept for reuse.
+  static std::size_t GetPooledBytes();
+};
+
 }  // namespace allocator
 }  // namespace strata

@@ -1,4 +1,5 @@
-// Thread primitives of the core library.
+// Thread primitives of the core library: a recursive mutex and a gate.
+// Executors and the main thread's deferred calls are in strata/Executor.h.
 #pragma once
 
 #include <memory>
@@ -32,6 +33,30 @@ class STRATA_API RecursiveMutex {
    private:
     RecursiveMutex& mMutex;
   };
+
+ private:
+  class PrivateImpl;
+  std::unique_ptr<PrivateImpl> mImpl;
+};
+
+// A gate threads pass through while it is open and wait at while it is
+// closed. Opening releases every waiter at once; the gate stays open until
+// it is closed again. All members are thread-safe; waiting never spins.
+class STRATA_API Gate {
+ public:
+  explicit Gate(bool inOpen = false);
+  ~Gate();
+  Gate(const Gate&) = delete;
+  Gate& operator=(const Gate&) = delete;
+
+  void Open();
+  void Close();
+  bool IsOpen() const;
+
+  // Waits until the gate is open, at most inTimeoutMs milliseconds (-1, or
+  // any negative value: no limit; 0: only looks). True when the gate was
+  // open, false on time-out.
+  bool PassThrough(int inTimeoutMs = -1);
 
  private:
   class PrivateImpl;

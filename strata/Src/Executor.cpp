@@ -1,0 +1,336 @@
+#include "strata/Executor.h"
+
+#include <exception>
+#include <memory>
+#include <mutex>
+
+#include <boost/weak_ptr.hpp>
+
+#include "ExecutorSupport.h"
+#include "Platform.h"
+#include "strata/Debug.h"
+
+namespace strata {
+namespace threads {
+
+Executor::~Executor() = default;
+
+// ---------------------------------------------------------------- support
+
+namespace detail {
+
+namespace {
+thread_local RunningScope* sInnermostScope = nullptr;
+}  // namespace
+
+RunningScope::RunningScope(const void* inOwner) : mOwner(inOwner), mOuter(sInnermostScope) {
+  sInnermostScope = this;
+}
+
+RunningScope::~RunningScope() { sInnermostScope = mOuter; }
+
+bool RunningScope::IsRunningFor(const void* inOwner) {
+  for (const RunningScope* scope = sInnermostScope; scope; scope = scope->mOuter)
+    if (scope->mOwner == inOwner) return true;
+  return false;
+}
+
+bool RunningScope::IsRunningForAny() { return sInnermostScope != nullptr; }
+
+void RunTaskReportingErrors(const Task& inTask, const std::string& inExecutorName) {
+  static debug::AssertSite sSite;
+  std::string failure;
+  try {
+    inTask();
+    return;
+  } catch (const std::exception& e) {
+    failure = e.what();
+  } catch (...) {
+    failure = "an exception that is not a std::exception";
+  }
+  try {
+    debug::ReportAssertion(sSite, false, "task returned without throwing",
+                           "A task of executor \"" + inExecutorName + "\" threw: " + failure,
+                           STRATA_FUNCTION_SIGNATURE, __FILE__, __LINE__);
+  } catch (...) {
+    // A dialog hook that throws must not end the thread either.
+  }
+}
+
+void ReportWaitInsideOwnTask(const std::string& inExecutorName) {
+  STRATA_ASSERT_MSG(false, "A task of executor \"" + inExecutorName +
+                               "\" waited for its own executor; the wait would never end.");
+}
+
+}  // namespace detail
+
+namespace {
+
+// ------------------------------------------------------- threaded executor
+
+// What a threaded executor shares with its threads; a thread keeps it
+// alive for as long as it runs, even when the executor has gone.
+struct PoolState {
+  PoolState(const std::string& inName, ThreadPriority::Type inPriority, const ThreadHook& inOnStart,
+            const ThreadHook& inOnEnd)
+      : mName(inName), mPriority(inPriority), mOnStart(inOnStart), mOnEnd(inOnEnd) {}
+
+  const std::string mName;
+  const ThreadPriority::Type mPriority;
+  const ThreadHook mOnStart;
+  const ThreadHook mOnEnd;
+
+  platform::Lock mMutex;
+  platform::Condition mWork;  // a task arrived, or stopping
+  platform::Condition mDone;  // a task finished while somebody waits
+  detail::TaskLedger mTasks;
+  bool mStopping = false;
+  std::uint32_t mWaiters = 0;
+};
+
+void RunPoolThread(const std::shared_ptr<PoolState>& inState) {
+  PoolState& state = *inState;
+  platform::SetCurrentThreadName(state.mName);
+  platform::SetCurrentThreadPriority(state.mPriority);
+  detail::RunningScope scope(&state);
+  if (state.mOnStart) detail::RunTaskReportingErrors(state.mOnStart, state.mName);
+
+  std::unique_lock<platform::Lock> lock(state.mMutex);
+  for (;;) {
+    state.mWork.Wait(lock, [&state] { return state.mStopping || !state.mTasks.IsEmpty(); });
+    // Stopping still runs what was posted before.
+    if (state.mTasks.IsEmpty()) break;
+    Task task;
+    const std::uint64_t number = state.mTasks.PopOldest(task);
+    lock.unlock();
+    detail::RunTaskReportingErrors(task, state.mName);
+    // Released outside the lock: the task may hold the last reference to
+    // an executor, this one included.
+    task = nullptr;
+    lock.lock();
+    state.mTasks.Finished(number);
+    if (state.mWaiters != 0) state.mDone.NotifyAll();
+  }
+  lock.unlock();
+  if (state.mOnEnd) detail::RunTaskReportingErrors(state.mOnEnd, state.mName);
+}
+
+class ThreadedExecutor : public Executor {
+ public:
+  explicit ThreadedExecutor(const std::shared_ptr<PoolState>& inState) : mState(inState) {}
+
+  ~ThreadedExecutor() override {
+    {
+      std::lock_guard<platform::Lock> lock(mState->mMutex);
+      mState->mStopping = true;
+    }
+    mState->mWork.NotifyAll();
+    for (const std::unique_ptr<platform::Thread>& thread : mThreads) {
+      // The last reference went inside one of our tasks: that thread
+      // cannot wait for itself, and ends after the task.
+      if (thread->IsCurrentThread())
+        thread->Detach();
+      else
+        thread->Join();
+    }
+  }
+
+  bool AddThread(std::size_t inStackSize) {
+    const std::shared_ptr<PoolState> state = mState;
+    std::unique_ptr<platform::Thread> thread =
+        platform::Thread::Start(inStackSize, [state] { RunPoolThread(state); });
+    if (!thread) return false;
+    mThreads.push_back(std::move(thread));
+    return true;
+  }
+
+  void Post(Task inTask, PostOptions::Type) override {
+    STRATA_INPUT_CONTRACT(inTask != nullptr);
+    {
+      std::lock_guard<platform::Lock> lock(mState->mMutex);
+      mState->mTasks.Push(std::move(inTask));
+    }
+    mState->mWork.NotifyOne();
+  }
+
+  void WaitForAll() override {
+    if (detail::RunningScope::IsRunningFor(mState.get())) {
+      detail::ReportWaitInsideOwnTask(mState->mName);
+      return;
+    }
+    PoolState& state = *mState;
+    std::unique_lock<platform::Lock> lock(state.mMutex);
+    const std::uint64_t last = state.mTasks.GetLastPosted();
+    ++state.mWaiters;
+    state.mDone.Wait(lock, [&state, last] { return state.mTasks.IsDoneThrough(last); });
+    --state.mWaiters;
+  }
+
+  std::string GetName() const override { return mState->mName; }
+
+ private:
+  const std::shared_ptr<PoolState> mState;
+  std::vector<std::unique_ptr<platform::Thread>> mThreads;
+};
+
+// ---------------------------------------------------------- sub-executor
+
+// What a view shares with its runs on the parent. The parent is owned by
+// the view object, not by this state: a run ending on a parent thread must
+// never drop the parent's last reference there (a pool cannot join its own
+// thread). Only a view released inside a task, which cannot wait for its
+// runs, hands its reference over to mParentKeepAlive.
+struct SubState {
+  SubState(Executor* inParent, std::uint32_t inMaxConcurrency)
+      : mParent(inParent),
+        mMaxConcurrency(inMaxConcurrency),
+        mName(inParent->GetName() + (inMaxConcurrency == 1
+                                         ? std::string(" (serial)")
+                                         : " (" + std::to_string(inMaxConcurrency) + " at a time)")) {}
+
+  Executor* const mParent;
+  const std::uint32_t mMaxConcurrency;
+  const std::string mName;
+
+  platform::Lock mMutex;
+  platform::Condition mDone;
+  detail::TaskLedger mTasks;
+  std::uint32_t mActiveRunners = 0;  // runs of RunSubTasks posted or running
+  std::uint32_t mWaiters = 0;
+  ExecutorRef mParentKeepAlive;
+};
+
+void LaunchRunner(const std::shared_ptr<SubState>& inState);
+
+// One turn on the parent: runs the view's tasks one after the other, then
+// hands the thread back so that a busy view cannot starve the parent's
+// other work.
+void RunSubTasks(const std::shared_ptr<SubState>& inState) {
+  const int kTasksPerTurn = 32;
+  SubState& state = *inState;
+  detail::RunningScope scope(&state);
+  std::unique_lock<platform::Lock> lock(state.mMutex);
+  for (int ran = 0;; ++ran) {
+    if (state.mTasks.IsEmpty()) {
+      --state.mActiveRunners;
+      if (state.mWaiters != 0) state.mDone.NotifyAll();
+      return;
+    }
+    if (ran == kTasksPerTurn) break;
+    Task task;
+    const std::uint64_t number = state.mTasks.PopOldest(task);
+    lock.unlock();
+    detail::RunTaskReportingErrors(task, state.mName);
+    task = nullptr;
+    lock.lock();
+    state.mTasks.Finished(number);
+    if (state.mWaiters != 0) state.mDone.NotifyAll();
+  }
+  lock.unlock();
+  LaunchRunner(inState);
+}
+
+void LaunchRunner(const std::shared_ptr<SubState>& inState) {
+  try {
+    inState->mParent->Post([inState] { RunSubTasks(inState); });
+  } catch (...) {
+    {
+      std::lock_guard<platform::Lock> lock(inState->mMutex);
+      --inState->mActiveRunners;
+    }
+    inState->mDone.NotifyAll();
+    throw;
+  }
+}
+
+class SubExecutor : public Executor {
+ public:
+  SubExecutor(const ExecutorRef& inParent, std::uint32_t inMaxConcurrency)
+      : mParent(inParent), mState(std::make_shared<SubState>(inParent.get(), inMaxConcurrency)) {}
+
+  ~SubExecutor() override {
+    SubState& state = *mState;
+    std::unique_lock<platform::Lock> lock(state.mMutex);
+    if (detail::RunningScope::IsRunningForAny()) {
+      // Inside a task, the runs waited for might need this very thread:
+      // let them finish later, with the parent kept alive for them.
+      if (state.mActiveRunners != 0) state.mParentKeepAlive = mParent;
+      return;
+    }
+    ++state.mWaiters;
+    state.mDone.Wait(lock, [&state] { return state.mActiveRunners == 0; });
+    --state.mWaiters;
+  }
+
+  void Post(Task inTask, PostOptions::Type) override {
+    STRATA_INPUT_CONTRACT(inTask != nullptr);
+    bool launch = false;
+    {
+      std::lock_guard<platform::Lock> lock(mState->mMutex);
+      mState->mTasks.Push(std::move(inTask));
+      if (mState->mActiveRunners < mState->mMaxConcurrency) {
+        ++mState->mActiveRunners;
+        launch = true;
+      }
+    }
+    if (launch) LaunchRunner(mState);
+  }
+
+  void WaitForAll() override {
+    if (detail::RunningScope::IsRunningFor(mState.get())) {
+      detail::ReportWaitInsideOwnTask(mState->mName);
+      return;
+    }
+    SubState& state = *mState;
+    std::unique_lock<platform::Lock> lock(state.mMutex);
+    const std::uint64_t last = state.mTasks.GetLastPosted();
+    ++state.mWaiters;
+    state.mDone.Wait(lock, [&state, last] { return state.mTasks.IsDoneThrough(last); });
+    --state.mWaiters;
+  }
+
+  std::string GetName() const override { return mState->mName; }
+
+ private:
+  const ExecutorRef mParent;
+  const std::shared_ptr<SubState> mState;
+};
+
+}  // namespace
+
+ExecutorRef CreateAsyncThreadedExecutor(const std::string& inName, std::uint32_t inThreadCount,
+                                        ThreadPriority::Type inPriority, const ThreadHook& inOnStart,
+                                        const ThreadHook& inOnEnd,
+                                        const ThreadAttributes& inAttributes) {
+  STRATA_INPUT_CONTRACT(inThreadCount >= 1);
+  boost::shared_ptr<ThreadedExecutor> executor(
+      new ThreadedExecutor(std::make_shared<PoolState>(inName, inPriority, inOnStart, inOnEnd)));
+  for (std::uint32_t i = 0; i < inThreadCount; ++i) {
+    // Dropping the executor stops and joins the threads already started.
+    if (!executor->AddThread(inAttributes.mStackSize)) return ExecutorRef();
+  }
+  return executor;
+}
+
+ExecutorRef CreateCPUBoundExecutor() {
+  static std::mutex sMutex;
+  static boost::weak_ptr<Executor> sPool;
+  std::lock_guard<std::mutex> lock(sMutex);
+  ExecutorRef pool = sPool.lock();
+  if (!pool) {
+    pool = CreateAsyncThreadedExecutor("strata CPU Pool Thread", platform::GetProcessorCount(),
+                                       ThreadPriority::kNormal, ThreadHook(), ThreadHook(),
+                                       ThreadAttributes());
+    sPool = pool;
+  }
+  return pool;
+}
+
+ExecutorRef CreateSubExecutor(const ExecutorRef& inExecutor, std::uint32_t inMaxConcurrency) {
+  STRATA_INPUT_CONTRACT(inExecutor);
+  STRATA_INPUT_CONTRACT(inMaxConcurrency >= 1);
+  return ExecutorRef(new SubExecutor(inExecutor, inMaxConcurrency));
+}
+
+}  // namespace threads
+}  // namespace strata
