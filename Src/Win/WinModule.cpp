@@ -24,8 +24,7 @@ struct FirstResource {
 BOOL CALLBACK RecordFirstResource(HMODULE, LPCWSTR, LPWSTR inName, LONG_PTR inParam) {
   FirstResource* first = reinterpret_cast<FirstResource*>(inParam);
   first->mFound = true;
-  // Only integer-named resources are meant; a string name is taken by the
-  // low 16 bits of its pointer, like any other caller of this would.
+  // Meant for integer names; a string name is taken by its pointer's low 16 bits.
   first->mID = static_cast<WORD>(reinterpret_cast<ULONG_PTR>(inName) & 0xFFFF);
   return FALSE;  // stop at the first
 }
@@ -78,12 +77,15 @@ Result Module::Load(const UTF16String& inModulePath, boost::shared_ptr<Module>& 
     ::FreeLibrary(module);
     return eOutOfMemory;
   } catch (...) {
+    // Anything else passes on, once the module is freed.
     ::FreeLibrary(module);
     throw;
   }
   return kSuccess;
 }
 
+// The handle stays the caller's: it is never freed unless asked for with
+// SetUnloadOnDestroy(true).
 Result Module::Create(HINSTANCE inModuleHandle, boost::shared_ptr<Module>& outModule) {
   try {
     outModule.reset(new Module(inModuleHandle, false));
@@ -93,30 +95,45 @@ Result Module::Create(HINSTANCE inModuleHandle, boost::shared_ptr<Module>& outMo
   return kSuccess;
 }
 
+// The retry asks for LANG_NEUTRAL, which Windows (and Wine) take as "use the
+// loader's own search": a neutral copy first, then the thread's and the
+// user's languages, then English, then any. So a resource with no copy in the
+// interface language still comes back in some language when it exists at all.
 void* Module::FindLocalizedResource(const wchar_t* inName, const wchar_t* inType,
                                     int& outSize) const {
   const WORD language = GetLanguageID();
   HRSRC found = ::FindResourceExW(mImpl->mModule, inType, inName, language);
-  if (!found && language != kNeutralLanguage)
+  if (!found) {
+    // No retry when the interface language is itself the neutral one.
+    if (language == kNeutralLanguage) return nullptr;
     found = ::FindResourceExW(mImpl->mModule, inType, inName, kNeutralLanguage);
-  return found ? mImpl->Map(found, outSize) : nullptr;
+    if (!found) return nullptr;
+  }
+  return mImpl->Map(found, outSize);
 }
 
+// One lookup in English (United States). The loader itself may still answer
+// with a language-neutral copy when there is no English one.
 void* Module::FindNonLocalizedResource(const wchar_t* inName, const wchar_t* inType,
                                        int& outSize) const {
   HRSRC found = ::FindResourceExW(mImpl->mModule, inType, inName, kEnglishUS);
   return found ? mImpl->Map(found, outSize) : nullptr;
 }
 
+// The loader picks the language, by the same search as the neutral retry.
 void* Module::LoadResource(const wchar_t* inName, const wchar_t* inType, int& outSize) const {
   HRSRC found = ::FindResourceW(mImpl->mModule, inName, inType);
   return found ? mImpl->Map(found, outSize) : nullptr;
 }
 
+// The 16-bit id as given (a negative one names 0x8000 and up); the type may
+// be "#<number>" for an integer type.
 void* Module::LoadResource(std::int16_t inID, const UTF16String& inType, int& outSize) {
   return LoadResource(MAKEINTRESOURCEW(static_cast<WORD>(inID)), inType.c_str(), outSize);
 }
 
+// The enumeration stops at the first name, which for integer names is the
+// lowest id.
 void* Module::LoadFirstResourceOfType(const wchar_t* inType, int& outSize) const {
   outSize = 0;
   FirstResource first;
@@ -132,15 +149,10 @@ void* Module::LoadFirstResourceOfType(const wchar_t* inType, int& outSize) const
   return resource;
 }
 
+// Mapped resources live as long as the module; there is nothing to release.
 void Module::UnloadResource(const void*) const {}
 
-Module::ProcPointer Module::GetProcAddress(const std::string& inProcName) const {
-  STRATA_INPUT_CONTRACT(!inProcName.empty());
-  // Through void (*)() so that the compiler accepts the change of type.
-  return reinterpret_cast<ProcPointer>(
-      reinterpret_cast<void (*)()>(::GetProcAddress(mImpl->mModule, inProcName.c_str())));
-}
-
+// Asked once; an empty answer (an unknown module) is asked again next time.
 void Module::GetPath(UTF16String& outPath) {
   if (mImpl->mPath.empty()) mImpl->mPath = strata::utility::GetModulePath(mImpl->mModule);
   outPath = mImpl->mPath;
@@ -150,6 +162,13 @@ HINSTANCE Module::GetNativeModule() const { return mImpl->mModule; }
 
 void Module::SetUnloadOnDestroy(bool inUnloadOnDestroy) {
   mImpl->mUnloadOnDestroy = inUnloadOnDestroy;
+}
+
+Module::ProcPointer Module::GetProcAddress(const std::string& inProcName) const {
+  STRATA_INPUT_CONTRACT(!inProcName.empty());
+  // Through void (*)() so that the compiler accepts the change of type.
+  return reinterpret_cast<ProcPointer>(
+      reinterpret_cast<void (*)()>(::GetProcAddress(mImpl->mModule, inProcName.c_str())));
 }
 
 }  // namespace Ostra
