@@ -50,4 +50,13 @@ inline long ProcessHandleCount() {
   return mine;
 }
 
+// Whether the count follows a handle being opened and closed.
+inline bool HandleCountsAreReported() {
+  const long before = ProcessHandleCount();
+  HANDLE event = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  const long during = ProcessHandleCount();
+  ::CloseHandle(event);
+  return before > 0 && during == before + 1 && ProcessHandleCount() == before;
+}
+
 }  // namespace OstraTest
