@@ -96,6 +96,8 @@ TEST_F(ModuleTest, LocalisedLookupPrefersTheInterfaceLanguageThenTheNeutralCopy)
       {1033, SAMPLE_GREETING_NO_ENGLISH, L"Neutral"},
       {1041, SAMPLE_GREETING_NO_ENGLISH, L"Japanese"},
       {1033, SAMPLE_GREETING_ENGLISH, L"English only"},
+      // Only the retry's loader search reaches beyond ja and neutral.
+      {1041, SAMPLE_GREETING_ENGLISH, L"English only"},
       {1041, 999, L"(null)"},
   };
   for (const auto& row : rows) {
