@@ -6,8 +6,8 @@
 // Modules are handed out through boost::shared_ptr. One made by Load frees
 // the module when it is destroyed unless told otherwise; one made by Create
 // never does. Resource pointers belong to the module and stay valid while
-// it is loaded. A Module may be used from several threads at once, except
-// for SetUnloadOnDestroy and the first GetPath.
+// it is loaded. Lookups may run on several threads at once; GetPath and
+// SetUnloadOnDestroy need one thread at a time.
 #pragma once
 
 #include <windows.h>

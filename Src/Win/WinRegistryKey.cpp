@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cwchar>
-#include <new>
 #include <utility>
 
 #include <boost/make_shared.hpp>
@@ -152,6 +151,7 @@ Result ValueErrorToResult(LONG inError) {
 class RegistryKey::PrivateImpl : public strata::Impl {
  public:
   PrivateImpl() : mKey(boost::make_shared<Win::CRegKey>()) {}
+  explicit PrivateImpl(const boost::shared_ptr<Win::CRegKey>& inSharedKey) : mKey(inSharedKey) {}
 
   HKEY Handle() const { return mKey->Get(); }
 
@@ -181,8 +181,8 @@ class RegistryKey::PrivateImpl : public strata::Impl {
 
 RegistryKey::RegistryKey() : mImpl(new PrivateImpl) {}
 
-RegistryKey::RegistryKey(const RegistryKey& inOther) : mImpl(new PrivateImpl) {
-  mImpl->mKey = inOther.mImpl->mKey;
+RegistryKey::RegistryKey(const RegistryKey& inOther)
+    : mImpl(new PrivateImpl(inOther.mImpl->mKey)) {
   mImpl->mPath = inOther.mImpl->mPath;
   mImpl->mRoot = inOther.mImpl->mRoot;
   // A copy reopens children with full access whatever the original had.
