@@ -9,7 +9,8 @@ int main() {
   const Ostra::Result result = Ostra::Win::SystemErrorToOstraResult(5);
   const std::string text = strata::string::UTF16toStdString(L"caf\u00e9");
   Ostra::Foundation::SetFileBufferFactory({});
-  // strata's executors reach the host through Boost's shared_ptr.
+  // strata's executors and Ostra's modules reach the host through Boost's
+  // shared_ptr.
   int ran = 0;
   {
     strata::threads::ExecutorRef serial =
@@ -17,8 +18,11 @@ int main() {
     serial->Post([&ran] { ++ran; });
     serial->WaitForAll();
   }
+  boost::shared_ptr<Ostra::Module> program;
+  Ostra::UTF16String programPath;
+  if (strata::ResultSucceeded(Ostra::Module::Create(nullptr, program))) program->GetPath(programPath);
   const bool ok = result == Ostra::eAccessDenied && text == "caf\xc3\xa9" &&
-                  stratamedia::GetVersionString()[0] != '\0' && ran == 1;
+                  stratamedia::GetVersionString()[0] != '\0' && ran == 1 && !programPath.empty();
   std::printf("package consumer: %s\n", ok ? "ok" : "FAILED");
   return ok ? 0 : 1;
 }

@@ -2,11 +2,13 @@
 // prints a readable report of each step.
 #include <windows.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <vector>
 
 #include "Ostra/OstraFoundation.h"
+#include "SampleResourceIds.h"
 #include "strata/Strata.h"
 #include "stratamedia/StrataMedia.h"
 
@@ -317,6 +319,92 @@ void ReportErrorTexts() {
     std::printf("  | %s\n", report.substr(0, end).c_str());
 }
 
+void ReportRegistry() {
+  Heading("Registry settings and language");
+  const UTF16String& settingsKey = Ostra::GetRegistrySettingsKey();
+  std::printf("  base key             HKCU\\%s\n", Narrow(Ostra::GetRegistryBaseKey()).c_str());
+  std::printf("  settings key         HKCU\\%s\n", Narrow(settingsKey).c_str());
+
+  Ostra::RegistryKey settings;
+  std::printf("  create settings key: %s\n",
+              ResultName(settings.Create(Ostra::RegistryRootKeys::kUser, settingsKey)));
+  const std::vector<char> colours = {'\x12', '\x34', '\x56'};
+  settings.SetUInt32Value(L"WindowWidth", 1280);
+  settings.SetBooleanValue(L"ShowSplash", true);
+  settings.SetStringValue(L"LastProject", UTF16String(L"C:\\Projects\\Demo.prj"));
+  settings.SetBinaryValue(L"RecentColours", colours);
+
+  std::uint32_t width = 0;
+  bool splash = false;
+  UTF16String project;
+  std::vector<char> bytes;
+  const Ostra::Result readWidth = settings.GetUInt32Value(L"WindowWidth", width);
+  const Ostra::Result readSplash = settings.GetBooleanValue(L"ShowSplash", splash);
+  const Ostra::Result readProject = settings.GetStringValue(L"LastProject", project);
+  const Ostra::Result readColours = settings.GetBinaryValue(L"RecentColours", bytes);
+  std::printf("  WindowWidth   %-17s %u\n", ResultName(readWidth), width);
+  std::printf("  ShowSplash    %-17s %s\n", ResultName(readSplash), splash ? "true" : "false");
+  std::printf("  LastProject   %-17s %s\n", ResultName(readProject), Narrow(project).c_str());
+  std::printf("  RecentColours %-17s %u bytes\n", ResultName(readColours),
+              static_cast<unsigned>(bytes.size()));
+  std::printf("  as a number, LastProject reads %s\n",
+              ResultName(settings.GetUInt32Value(L"LastProject", width)));
+
+  settings.SetRegistryKeyToReadOnly(L"WindowWidth");
+  const Ostra::Result write = settings.SetUInt32Value(L"WindowWidth", 640);
+  settings.GetUInt32Value(L"WindowWidth", width);
+  std::printf("  read-only WindowWidth: writing 640 reports %s, value stays %u\n",
+              ResultName(write), width);
+
+  std::printf("  UI language          %u (primary %u), locale code %s\n", Ostra::GetLanguageID(),
+              Ostra::GetPrimaryLanguageID(), Narrow(Ostra::GetLanguageString()).c_str());
+
+  // Leave the demo's own keys behind no longer than the run.
+  Ostra::RegistryKey company;
+  if (strata::ResultSucceeded(company.Open(Ostra::RegistryRootKeys::kUser, L"Software\\Corvane",
+                                           Ostra::RegistryKeyAccess::kAll)))
+    std::printf("  removing the demo's keys: %s\n",
+                ResultName(company.DeleteSubKey(strata::config::GetClientName())));
+}
+
+// The sample resource DLL sits beside the demo host.
+UTF16String SampleResourcesPath() {
+  UTF16String path = strata::utility::GetModulePath(nullptr);
+  return path.substr(0, path.find_last_of(L'\\') + 1) + L"OstraSampleResources.dll";
+}
+
+void ReportModules() {
+  Heading("Modules and localised resources");
+  boost::shared_ptr<Ostra::Module> missing;
+  std::printf("  loading a missing DLL: %s\n",
+              ResultName(Ostra::Module::Load(L"OstraNoSuchPlugin.dll", missing)));
+
+  boost::shared_ptr<Ostra::Module> module;
+  const Ostra::Result loaded = Ostra::Module::Load(SampleResourcesPath(), module);
+  std::printf("  loading the sample resources: %s\n", ResultName(loaded));
+  if (!strata::ResultSucceeded(loaded)) return;
+  UTF16String path;
+  module->GetPath(path);
+  std::printf("  path                 %s\n", Narrow(path).c_str());
+  if (Ostra::Module::ProcPointer answer = module->GetProcAddress("SampleAnswer"))
+    std::printf("  SampleAnswer()       %d\n", answer());
+
+  const unsigned short saved = Ostra::GetLanguageID();
+  for (unsigned short language : {1033, 1041, 1031}) {
+    Ostra::SetLanguageID(language);
+    int size = 0;
+    const void* text = module->FindLocalizedResource(MAKEINTRESOURCEW(SAMPLE_GREETING_ALL),
+                                                     L"GREETING", size);
+    std::printf("  greeting in %u (%s): %s\n", language, Narrow(Ostra::GetLanguageString()).c_str(),
+                text ? Narrow(static_cast<const wchar_t*>(text)).c_str() : "(none)");
+  }
+  Ostra::SetLanguageID(saved);
+  int size = 0;
+  const void* page = module->LoadFirstResourceOfType(L"PAGES", size);
+  std::printf("  first page           %s (%d bytes)\n",
+              page ? Narrow(static_cast<const wchar_t*>(page)).c_str() : "(none)", size);
+}
+
 }  // namespace
 
 int main() {
@@ -331,6 +419,8 @@ int main() {
   ReportPaths();
   ReportDisk();
   ReportErrorTexts();
+  ReportRegistry();
+  ReportModules();
   std::printf("\nDone.\n");
   return 0;
 }

@@ -201,6 +201,15 @@ std::string QualifiedFunctionName(const char* inSignature) {
         ++i;
         continue;
       }
+      // A function returning a function pointer reads "int (* Ns::F(int))()"
+      // (MSVC: "int (__cdecl *__cdecl Ns::F(int))(void)"): the name and its
+      // parameters sit inside that declarator's parentheses.
+      std::string::size_type next = i + 1;
+      if (signature.compare(next, 2, "__") == 0) {
+        const std::string::size_type blank = signature.find(' ', next);
+        if (blank != std::string::npos) next = blank + 1;
+      }
+      if (next < signature.size() && (signature[next] == '*' || signature[next] == '&')) continue;
       open = i;
       break;
     }

@@ -111,6 +111,10 @@ TEST(QualifiedFunctionName, StripsReturnTypeAndParameters) {
       {"Ostra::File::~File()", "Ostra::File::~File"},
       {"void Ns::Tmpl<T>::Run(T) [with T = int]", "Ns::Tmpl<T>::Run"},
       {"main", "main"},
+      {"int (* Ostra::Module::GetProcAddress(const std::string&) const)()",
+       "Ostra::Module::GetProcAddress"},
+      {"int (__cdecl *__cdecl Ostra::Module::GetProcAddress(const std::string &) const)(void)",
+       "Ostra::Module::GetProcAddress"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.signature);
