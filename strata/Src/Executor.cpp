@@ -66,6 +66,21 @@ void ReportWaitInsideOwnTask(const std::string& inExecutorName) {
 
 namespace {
 
+// Waits until every task posted to inState so far has run. A task that
+// waits for its own executor would wait for ever: it is reported instead.
+template <class State>
+void WaitForAllPosted(State& ioState) {
+  if (detail::RunningScope::IsRunningFor(&ioState)) {
+    detail::ReportWaitInsideOwnTask(ioState.mName);
+    return;
+  }
+  std::unique_lock<platform::Lock> lock(ioState.mMutex);
+  const std::uint64_t last = ioState.mTasks.GetLastPosted();
+  ++ioState.mWaiters;
+  ioState.mDone.Wait(lock, [&ioState, last] { return ioState.mTasks.IsDoneThrough(last); });
+  --ioState.mWaiters;
+}
+
 // ------------------------------------------------------- threaded executor
 
 // What a threaded executor shares with its threads; a thread keeps it
@@ -153,18 +168,7 @@ class ThreadedExecutor : public Executor {
     mState->mWork.NotifyOne();
   }
 
-  void WaitForAll() override {
-    if (detail::RunningScope::IsRunningFor(mState.get())) {
-      detail::ReportWaitInsideOwnTask(mState->mName);
-      return;
-    }
-    PoolState& state = *mState;
-    std::unique_lock<platform::Lock> lock(state.mMutex);
-    const std::uint64_t last = state.mTasks.GetLastPosted();
-    ++state.mWaiters;
-    state.mDone.Wait(lock, [&state, last] { return state.mTasks.IsDoneThrough(last); });
-    --state.mWaiters;
-  }
+  void WaitForAll() override { WaitForAllPosted(*mState); }
 
   std::string GetName() const override { return mState->mName; }
 
@@ -276,18 +280,7 @@ class SubExecutor : public Executor {
     if (launch) LaunchRunner(mState);
   }
 
-  void WaitForAll() override {
-    if (detail::RunningScope::IsRunningFor(mState.get())) {
-      detail::ReportWaitInsideOwnTask(mState->mName);
-      return;
-    }
-    SubState& state = *mState;
-    std::unique_lock<platform::Lock> lock(state.mMutex);
-    const std::uint64_t last = state.mTasks.GetLastPosted();
-    ++state.mWaiters;
-    state.mDone.Wait(lock, [&state, last] { return state.mTasks.IsDoneThrough(last); });
-    --state.mWaiters;
-  }
+  void WaitForAll() override { WaitForAllPosted(*mState); }
 
   std::string GetName() const override { return mState->mName; }
 
