@@ -165,14 +165,17 @@ class OSTRA_API File {
 };
 
 // A File that several threads may read at once with ReadAt, which neither
-// uses nor moves the file position. The other operations keep the File's
-// rule: one thread at a time, and not while ReadAt calls are running.
+// uses nor moves a cached File's position (for an uncached File, Windows
+// itself moves the pointer of the synchronous handle to the read's end).
+// The other operations keep the File's rule: one thread at a time, and not
+// while ReadAt calls are running.
 class OSTRA_API SharedFile : public File {
  public:
   SharedFile();
   ~SharedFile() override;
 
-  // Reads up to inCount bytes at inOffset. Past the end: success, outRead 0.
+  // Reads up to inCount bytes at inOffset. Past the end: success, outRead 0;
+  // a negative offset: eUnknown.
   Result ReadAt(void* outBuffer, std::int64_t inOffset, std::uint32_t inCount,
                 std::uint32_t& outRead);
 
