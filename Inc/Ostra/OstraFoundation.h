@@ -5,6 +5,7 @@
 #include "Ostra/Color.h"
 #include "Ostra/DiskUtils.h"
 #include "Ostra/ErrorReports.h"
+#include "Ostra/File.h"
 #include "Ostra/Foundation.h"
 #include "Ostra/Language.h"
 #include "Ostra/Module.h"
