@@ -1,11 +1,13 @@
 // Every family of OstraFoundation.
 #pragma once
 
+#include "Ostra/AsyncFileReader.h"
 #include "Ostra/AutomationDataCollector.h"
 #include "Ostra/Color.h"
 #include "Ostra/DiskUtils.h"
 #include "Ostra/ErrorReports.h"
 #include "Ostra/Foundation.h"
+#include "Ostra/IdleTimer.h"
 #include "Ostra/OstraConfig.h"
 #include "Ostra/PathUtils.h"
 #include "Ostra/Result.h"
