@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <typeinfo>
 #include <vector>
 
 #include "Ostra/Foundation.h"
@@ -39,15 +38,6 @@ class IdleTimerTest : public ::testing::Test {
     strata::messaging::BroadcastMessage(Ostra::kStation_Idle, ApplicationIdleMessage());
   }
 };
-
-TEST_F(IdleTimerTest, MessageIdentifiersComeFromTheRunTimeTypeNames) {
-  EXPECT_EQ(strata::messaging::HashMessageTypeNameToMessageID(typeid(ApplicationIdleMessage).name()),
-            ApplicationIdleMessage::GetID());
-  EXPECT_EQ(
-      strata::messaging::HashMessageTypeNameToMessageID(typeid(IdleCountdownTimerMessage).name()),
-      IdleCountdownTimerMessage(0).GetMessageID());
-  EXPECT_NE(ApplicationIdleMessage::GetID(), IdleCountdownTimerMessage::GetID());
-}
 
 TEST_F(IdleTimerTest, FiresOnceWithTheLatestCookieAndStaysSilentUntilRearmed) {
   IdleCountdownTimer timer;
