@@ -277,11 +277,13 @@ TEST_F(AsyncFileReaderTest, CloseAndDestructorWaitForReadsInFlightAndTheirCallba
     SCOPED_TRACE(destroy ? "destructor" : "Close");
     Completions completions;
     const int kReads = 200;
+    // The buffers must outlive the reader, whose destructor waits.
+    AlignedBuffer memory(kReads * std::size_t(64 * 1024));
     {
       AsyncFileReader reader;
       ASSERT_EQ(Ostra::kSuccess, AsyncFileReader::Open(file, reader));
       const std::uint32_t sector = reader.GetDiskSectorSize();
-      AlignedBuffer memory(kReads * std::size_t(sector));
+      ASSERT_LE(sector, 64u * 1024);
       for (int i = 0; i < kReads; ++i)
         reader.QueueReadRequest(std::uint64_t(i) * sector, sector, memory.Get() + i * sector,
                                 &SlowCallback, &completions, nullptr, nullptr);
