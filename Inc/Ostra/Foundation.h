@@ -49,5 +49,17 @@ namespace Foundation {
 // the library down does not release it. Thread-safe.
 OSTRA_API void SetFileBufferFactory(strata::classref::InterfaceRef<IFileBufferFactory> inFactory);
 
+// Starts the library: the first call starts the asynchronous file
+// operations, makes the calling thread the application's main thread and
+// registers the six message stations; later calls only count. Call
+// Terminate once for each Initialize. Thread-safe.
+OSTRA_API void Initialize();
+
+// Ends one Initialize; the last ends the main-thread registration, stops
+// the asynchronous file operations (every reader must be closed by then)
+// and shuts tracing down. Stations stay registered and the factory stays
+// installed. A Terminate without its Initialize is not caught.
+OSTRA_API void Terminate();
+
 }  // namespace Foundation
 }  // namespace Ostra

@@ -1,12 +1,14 @@
 // Every family of OstraFoundation.
 #pragma once
 
+#include "Ostra/AsyncFileReader.h"
 #include "Ostra/AutomationDataCollector.h"
 #include "Ostra/Color.h"
 #include "Ostra/DiskUtils.h"
 #include "Ostra/ErrorReports.h"
 #include "Ostra/File.h"
 #include "Ostra/Foundation.h"
+#include "Ostra/IdleTimer.h"
 #include "Ostra/Language.h"
 #include "Ostra/Module.h"
 #include "Ostra/OstraConfig.h"

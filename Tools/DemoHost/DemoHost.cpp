@@ -2,8 +2,10 @@
 // prints a readable report of each step.
 #include <windows.h>
 
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -498,10 +500,187 @@ void ReportFiles() {
   std::printf("  delete sample       %s\n", ResultName(Ostra::File::Delete(path)));
 }
 
+// ------------------------------------------------- asynchronous reading
+
+// A per-chunk hash folded by addition, so that chunks may arrive in any
+// order and still give the same checksum as a plain front-to-back read.
+std::uint64_t ChunkHash(const void* inData, std::uint32_t inSize, std::uint64_t inOffset) {
+  const std::uint64_t* words = static_cast<const std::uint64_t*>(inData);
+  std::uint64_t hash = 1469598103934665603ull ^ inOffset;
+  for (std::uint32_t i = 0; i < inSize / 8; ++i) hash = (hash ^ words[i]) * 1099511628211ull;
+  return hash;
+}
+
+struct DemoRead {
+  Ostra::AsyncFileReader* reader;
+  char* memory;           // kDemoInFlight slots of kDemoChunk bytes
+  std::uint64_t fileSize;
+  std::uint64_t nextOffset;  // only touched by callbacks, which run one at a time
+  std::atomic<std::uint64_t> bytesDone;
+  std::atomic<std::uint64_t> checksum;
+  std::atomic<int> failures;
+};
+
+const std::uint32_t kDemoChunk = 1024 * 1024;
+const std::uint32_t kDemoInFlight = 32;
+
+void OnDemoRead(const Ostra::AsyncFileReader*, std::uint64_t inOffset, std::uint32_t inRequested,
+                std::uint32_t inRead, void* inBuffer, void* inRun, void*, void*, int inResult) {
+  DemoRead& run = *static_cast<DemoRead*>(inRun);
+  if (inResult != Ostra::kSuccess || inRead != inRequested) ++run.failures;
+  run.checksum += ChunkHash(inBuffer, inRead, inOffset);
+  run.bytesDone += inRead;
+  // The slot is free again: read the next chunk into it.
+  if (run.nextOffset < run.fileSize) {
+    const std::uint64_t offset = run.nextOffset;
+    run.nextOffset += kDemoChunk;
+    run.reader->QueueReadRequest(offset, kDemoChunk, inBuffer, &OnDemoRead, &run, nullptr,
+                                 nullptr);
+  }
+}
+
+void ReportAsyncReader() {
+  Heading("Asynchronous reader");
+  const std::uint64_t kSize = 256ull * 1024 * 1024;
+  const UTF16String path = Ostra::PathUtils::GetTempDirectory() + L"OstraDemo-" +
+                           strata::utility::Guid::CreateUnique().AsString() + L".bin";
+  std::vector<char> chunk(kDemoChunk);
+  std::uint64_t plainChecksum = 0;
+  HANDLE out = ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                             FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (out == INVALID_HANDLE_VALUE) {
+    std::printf("  cannot create %s\n", Narrow(path).c_str());
+    return;
+  }
+  bool written = true;
+  for (std::uint64_t offset = 0; offset < kSize && written; offset += kDemoChunk) {
+    for (std::size_t i = 0; i < chunk.size(); i += 8) {
+      const std::uint64_t word = (offset + i) * 0x9E3779B97F4A7C15ull;
+      std::memcpy(&chunk[i], &word, 8);
+    }
+    DWORD count = 0;
+    written = ::WriteFile(out, chunk.data(), kDemoChunk, &count, nullptr) && count == kDemoChunk;
+  }
+  ::CloseHandle(out);
+  std::printf("  wrote %llu MiB to %s\n", static_cast<unsigned long long>(kSize >> 20),
+              Narrow(path).c_str());
+
+  // The plain read, for the checksum to compare with.
+  HANDLE in = ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                            FILE_ATTRIBUTE_NORMAL, nullptr);
+  const std::uint64_t plainStart = strata::utility::HighPrecisionTime::GetCurrentTimeStamp();
+  for (std::uint64_t offset = 0; written && in != INVALID_HANDLE_VALUE && offset < kSize;
+       offset += kDemoChunk) {
+    DWORD count = 0;
+    if (!::ReadFile(in, chunk.data(), kDemoChunk, &count, nullptr) || count != kDemoChunk) break;
+    plainChecksum += ChunkHash(chunk.data(), count, offset);
+  }
+  const double plainSeconds = strata::utility::HighPrecisionTime::ToSeconds(
+      strata::utility::HighPrecisionTime::GetCurrentTimeStamp() - plainStart);
+  if (in != INVALID_HANDLE_VALUE) ::CloseHandle(in);
+
+  {
+    Ostra::AsyncFileReader reader;
+    const Ostra::Result opened = Ostra::AsyncFileReader::Open(path, reader);
+    std::printf("  Open: %s, sector size %lu bytes\n", ResultName(opened),
+                static_cast<unsigned long>(reader.GetDiskSectorSize()));
+    char* memory = static_cast<char*>(::VirtualAlloc(
+        nullptr, std::size_t(kDemoChunk) * kDemoInFlight, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE));
+    if (opened == Ostra::kSuccess && memory && written) {
+      DemoRead run;
+      run.reader = &reader;
+      run.memory = memory;
+      run.fileSize = kSize;
+      run.nextOffset = std::uint64_t(kDemoChunk) * kDemoInFlight;
+      run.bytesDone = 0;
+      run.checksum = 0;
+      run.failures = 0;
+      std::printf("  %u reads of 1 MiB in flight\n  [", kDemoInFlight);
+      std::fflush(stdout);
+      const std::uint64_t start = strata::utility::HighPrecisionTime::GetCurrentTimeStamp();
+      for (std::uint32_t i = 0; i < kDemoInFlight; ++i)
+        reader.QueueReadRequest(std::uint64_t(i) * kDemoChunk, kDemoChunk,
+                                memory + std::size_t(i) * kDemoChunk, &OnDemoRead, &run, nullptr,
+                                nullptr);
+      // The progress bar: one mark per 1/40 of the file.
+      int marks = 0;
+      while (marks < 40) {
+        const int due = static_cast<int>(run.bytesDone.load() * 40 / kSize);
+        for (; marks < due; ++marks) std::printf("#");
+        std::fflush(stdout);
+        if (run.failures) break;
+        ::Sleep(20);
+      }
+      reader.WaitForPendingReads();
+      const double seconds = strata::utility::HighPrecisionTime::ToSeconds(
+          strata::utility::HighPrecisionTime::GetCurrentTimeStamp() - start);
+      std::printf("]\n  read %llu MiB in %.2f s (%.0f MiB/s; plain buffered read %.0f MiB/s), "
+                  "%d failed reads\n",
+                  static_cast<unsigned long long>(run.bytesDone.load() >> 20), seconds,
+                  (run.bytesDone.load() >> 20) / seconds, (kSize >> 20) / plainSeconds,
+                  run.failures.load());
+      std::printf("  checksum %016llx, plain read %016llx: %s\n",
+                  static_cast<unsigned long long>(run.checksum.load()),
+                  static_cast<unsigned long long>(plainChecksum),
+                  run.checksum.load() == plainChecksum ? "equal" : "DIFFERENT");
+    }
+    reader.Close();
+    if (memory) ::VirtualFree(memory, 0, MEM_RELEASE);
+  }
+  std::printf("  deleted the file: %s\n", ::DeleteFileW(path.c_str()) ? "yes" : "no");
+}
+
+// ------------------------------------------------------------ idle timer
+
+class DemoTimerListener : public strata::messaging::Listener {
+ public:
+  void ListenToMessage(const strata::messaging::StationID&,
+                       const strata::messaging::Message& inMessage) override {
+    if (const Ostra::IdleCountdownTimerMessage* message =
+            strata::messaging::MessageCast<Ostra::IdleCountdownTimerMessage>(inMessage)) {
+      mCookie = message->GetCookie();
+      ++mFired;
+    }
+  }
+  std::uint32_t mCookie = 0;
+  int mFired = 0;
+};
+
+void ReportIdleTimer() {
+  Heading("Idle countdown timer");
+  Ostra::IdleCountdownTimer timer;
+  DemoTimerListener listener;
+  strata::messaging::AddListener(timer.GetStationID(), &listener);
+  timer.SetDuration(250);
+  timer.SetCookie(0x5EED);
+  timer.ArmTimer();
+  const Ostra::TimeStamp armed;
+  int idleMessages = 0;
+  while (listener.mFired == 0 && idleMessages < 1000) {
+    // What an application's idle handler does: pump the deferred calls,
+    // then announce idle time.
+    strata::threads::RunMainThreadCalls();
+    strata::messaging::BroadcastMessage(Ostra::kStation_Idle, Ostra::ApplicationIdleMessage());
+    ++idleMessages;
+    ::Sleep(20);
+  }
+  std::printf("  250 ms countdown fired after %d idle messages, %.0f ms, cookie 0x%X\n",
+              idleMessages, Ostra::TimeStamp().GetElapsedValue() - armed.GetElapsedValue(),
+              listener.mCookie);
+  strata::messaging::BroadcastMessage(Ostra::kStation_Idle, Ostra::ApplicationIdleMessage());
+  std::printf("  another idle message without re-arming: fired %d time(s) in all\n",
+              listener.mFired);
+  Ostra::IdleCountdownTimerMessage(0xD0E).PostDeferred(timer.GetStationID());
+  const std::size_t ran = strata::threads::RunMainThreadCalls();
+  std::printf("  a deferred copy posted to the main thread: %u call(s) pumped, cookie 0x%X\n",
+              static_cast<unsigned>(ran), listener.mCookie);
+}
+
 }  // namespace
 
 int main() {
   std::printf("OstraFoundation demo host\n");
+  Ostra::Foundation::Initialize();
   ReportLoadedLibraries();
   ReportResultCodes();
   ReportErrorMapping();
@@ -515,6 +694,9 @@ int main() {
   ReportRegistry();
   ReportModules();
   ReportFiles();
+  ReportAsyncReader();
+  ReportIdleTimer();
+  Ostra::Foundation::Terminate();
   std::printf("\nDone.\n");
   return 0;
 }

@@ -1,0 +1,126 @@
+#include <windows.h>
+#include <tlhelp32.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "Ostra/AsyncFileReader.h"
+#include "Ostra/Foundation.h"
+#include "Ostra/IdleTimer.h"
+#include "Ostra/Result.h"
+#include "Support/TempDirectoryTest.h"
+#include "Support/TraceCapture.h"
+#include "Win/AsyncFileReaderPrivate.h"
+#include "strata/Config.h"
+#include "strata/Executor.h"
+
+namespace {
+
+using Ostra::AsyncFileReader;
+
+int CountThreadsOfThisProcess() {
+  HANDLE snapshot = ::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+  if (snapshot == INVALID_HANDLE_VALUE) return -1;
+  THREADENTRY32 entry = {};
+  entry.dwSize = sizeof(entry);
+  int count = 0;
+  for (BOOL more = ::Thread32First(snapshot, &entry); more; more = ::Thread32Next(snapshot, &entry))
+    if (entry.th32OwnerProcessID == ::GetCurrentProcessId()) ++count;
+  ::CloseHandle(snapshot);
+  return count;
+}
+
+// Whether asynchronous reading is available, judged by what Open does.
+bool ReaderCanOpen(const std::wstring& inFile) {
+  strata::debug::DialogHook previous = strata::debug::SetDialogHook(
+      [](const strata::debug::DialogInfo&) { return strata::debug::DialogAction::kContinue; });
+  bool opened = false;
+  try {
+    AsyncFileReader reader;
+    opened = AsyncFileReader::Open(inFile, reader) == Ostra::kSuccess;
+  } catch (const strata::config::strata_exception&) {
+  }
+  strata::debug::SetDialogHook(previous);
+  return opened;
+}
+
+void CountCallback(const AsyncFileReader*, std::uint64_t, std::uint32_t, std::uint32_t, void*,
+                   void* inCount, void*, void*, int inResult) {
+  if (inResult == Ostra::kSuccess) ++*static_cast<int*>(inCount);
+}
+
+class LifecycleTest : public OstraTest::TempDirectoryTest {};
+
+TEST_F(LifecycleTest, NestedInitializeRunsUntilTheMatchingLastTerminate) {
+  const std::wstring file = MakeFile(L"data.bin", std::string(8192, 'x'));
+  ASSERT_FALSE(ReaderCanOpen(file)) << "the library was left running by an earlier test";
+  Ostra::Foundation::Initialize();
+  Ostra::Foundation::Initialize();
+  EXPECT_TRUE(strata::threads::IsMainThread());
+  Ostra::Foundation::Terminate();
+  EXPECT_TRUE(ReaderCanOpen(file)) << "the first Terminate shut the library down";
+  EXPECT_TRUE(strata::threads::IsMainThread());
+  Ostra::Foundation::Terminate();
+  EXPECT_FALSE(ReaderCanOpen(file));
+  EXPECT_FALSE(strata::threads::IsMainThread());
+}
+
+TEST_F(LifecycleTest, OnlyTheFirstInitializeLogsStartupAndRegistersTheStations) {
+  OstraTest::TraceCapture trace("strata.Time", 1);
+  Ostra::Foundation::Initialize();
+  Ostra::Foundation::Initialize();
+  const std::vector<std::string> lines = trace.Lines();
+  ASSERT_EQ(2u, lines.size());
+  EXPECT_EQ(0u, lines[0].find("strata.Time:1 StartupTime: Start Initializing OstraFoundation"))
+      << lines[0];
+  EXPECT_EQ(0u, lines[1].find("strata.Time:1 StartupTime: Finish Initializing OstraFoundation"))
+      << lines[1];
+  const char* const stations[] = {"ostra.idle",        "ostra.repeat",      "ostra.app.suspend",
+                                  "ostra.app.resume",  "ostra.aboutdialog", "ostra.app.status.bar"};
+  for (const char* station : stations) {
+    SCOPED_TRACE(station);
+    EXPECT_TRUE(strata::messaging::IsStationRegistered(station));
+  }
+  Ostra::Foundation::Terminate();
+  Ostra::Foundation::Terminate();
+  // Stations outlive the library's shut-down.
+  EXPECT_TRUE(strata::messaging::IsStationRegistered(Ostra::kStation_Idle));
+}
+
+TEST_F(LifecycleTest, FullRestartsLeaveNoThreadOrRequestRecordBehind) {
+  const int kSize = 256 * 1024;
+  const std::wstring file = MakeFile(L"data.bin", std::string(kSize, 'x'));
+  const int threadsBefore = CountThreadsOfThisProcess();
+  ASSERT_GT(threadsBefore, 0);
+  DWORD handlesBefore = 0;
+  const bool countsHandles = ::GetProcessHandleCount(::GetCurrentProcess(), &handlesBefore) != 0;
+  for (int start = 0; start < 3; ++start) {
+    SCOPED_TRACE(start);
+    Ostra::Foundation::Initialize();
+    {
+      AsyncFileReader reader;
+      ASSERT_EQ(Ostra::kSuccess, AsyncFileReader::Open(file, reader));
+      void* memory = ::VirtualAlloc(nullptr, kSize, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
+      int done = 0;
+      const std::uint32_t sector = reader.GetDiskSectorSize();
+      for (std::uint32_t offset = 0; offset < kSize; offset += sector)
+        reader.QueueReadRequest(offset, sector, static_cast<char*>(memory) + offset,
+                                &CountCallback, &done, nullptr, nullptr);
+      reader.Close();
+      EXPECT_EQ(int(kSize / sector), done);
+      ::VirtualFree(memory, 0, MEM_RELEASE);
+    }
+    EXPECT_GT(CountThreadsOfThisProcess(), threadsBefore) << "no I/O threads while running";
+    Ostra::Foundation::Terminate();
+    EXPECT_EQ(threadsBefore, CountThreadsOfThisProcess()) << "a thread outlived Terminate";
+    EXPECT_EQ(0u, Ostra::Internal::CountAsyncReadRequestsInUse());
+    DWORD handlesAfter = 0;
+    if (countsHandles && ::GetProcessHandleCount(::GetCurrentProcess(), &handlesAfter)) {
+      EXPECT_EQ(handlesBefore, handlesAfter) << "a handle outlived Terminate";
+    }
+  }
+}
+
+}  // namespace
