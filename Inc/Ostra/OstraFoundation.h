@@ -3,6 +3,8 @@
 
 #include "Ostra/AutomationDataCollector.h"
 #include "Ostra/Color.h"
+#include "Ostra/Directory.h"
+#include "Ostra/DirectoryRegistry.h"
 #include "Ostra/DiskUtils.h"
 #include "Ostra/ErrorReports.h"
 #include "Ostra/Foundation.h"
