@@ -7,6 +7,7 @@
 #include "Ostra/DirectoryRegistry.h"
 #include "Ostra/DiskUtils.h"
 #include "Ostra/ErrorReports.h"
+#include "Ostra/File.h"
 #include "Ostra/Foundation.h"
 #include "Ostra/Language.h"
 #include "Ostra/Module.h"

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "BlockCache.h"
 #include "Ostra/OstraFoundation.h"
 #include "SampleResourceIds.h"
 #include "strata/Strata.h"
@@ -405,6 +406,98 @@ void ReportModules() {
               page ? Narrow(static_cast<const wchar_t*>(page)).c_str() : "(none)", size);
 }
 
+bool DemoCopyProgress(float inFraction, void* inUserData) {
+  int& shown = *static_cast<int*>(inUserData);
+  const int bars = inFraction == inFraction ? static_cast<int>(inFraction * 40) : 0;
+  for (; shown < bars; ++shown) std::printf("#");
+  return true;
+}
+
+// Reads the whole file in 64 KiB pieces; returns the bytes read.
+std::uint64_t DemoReadAll(Ostra::File& ioFile) {
+  std::vector<char> chunk(64 * 1024);
+  std::uint64_t total = 0;
+  std::uint32_t read = 0;
+  while (strata::ResultSucceeded(ioFile.Read(chunk.data(), 64 * 1024, read)) && read > 0)
+    total += read;
+  return total;
+}
+
+void ReportFiles() {
+  Heading("Files through the block cache");
+  const UTF16String folder = Ostra::PathUtils::AddTrailingSlash(Ostra::PathUtils::GetTempDirectory());
+  const UTF16String path = folder + L"OstraDemo-sample.bin";
+  {
+    Ostra::File file;
+    Ostra::Result result = file.Create(path, Ostra::FileAccessFlags::kFileWrite,
+                                       Ostra::FileShareModeFlags::kShareRead,
+                                       Ostra::FileCreateDispositionFlags::kCreateAlways,
+                                       Ostra::FileAttributesFlags::kNormal, false);
+    std::vector<unsigned char> chunk(1 << 20);
+    for (int mib = 0; mib < 6 && strata::ResultSucceeded(result); ++mib) {
+      for (std::size_t i = 0; i < chunk.size(); ++i) chunk[i] = static_cast<unsigned char>(i * 7 + mib);
+      std::uint32_t written = 0;
+      result = file.Write(chunk.data(), static_cast<std::uint32_t>(chunk.size()), written);
+    }
+    std::printf("  sample file  %s: %s, %llu bytes\n", Narrow(path).c_str(), ResultName(result),
+                static_cast<unsigned long long>(file.SizeOnDisk()));
+  }
+
+  InterfaceRef<OstraTools::BlockCacheFactory> cache =
+      MakeInterface<OstraTools::BlockCacheFactory>(32u << 20);
+  Ostra::Foundation::SetFileBufferFactory(cache);
+  for (int pass = 1; pass <= 2; ++pass) {
+    Ostra::File file;
+    file.SetMultiBufferCount(2);
+    const Ostra::Result result = file.Create(path, Ostra::FileAccessFlags::kFileRead,
+                                             Ostra::FileShareModeFlags::kShareRead,
+                                             Ostra::FileCreateDispositionFlags::kOpenExisting,
+                                             Ostra::FileAttributesFlags::kNormal, false);
+    const std::uint64_t read = DemoReadAll(file);
+    const OstraTools::BlockCacheStatistics statistics = cache->GetStatistics();
+    std::printf("  cached read %d: %s, %llu bytes; cache hits %llu, misses %llu (hit rate %.0f%%),"
+                " %llu blocks held, %llu pinned\n",
+                pass, ResultName(result), static_cast<unsigned long long>(read),
+                static_cast<unsigned long long>(statistics.hits),
+                static_cast<unsigned long long>(statistics.misses), statistics.HitRate() * 100,
+                static_cast<unsigned long long>(statistics.blocks),
+                static_cast<unsigned long long>(statistics.pinnedBlocks));
+  }
+  {
+    // Sharing with writers turns the cache off for this File.
+    Ostra::File file;
+    const Ostra::Result result = Ostra::File::Open(path, Ostra::FileAccessFlags::kFileRead, file, false);
+    const std::uint64_t read = DemoReadAll(file);
+    std::printf("  uncached read (File::Open shares writing): %s, %llu bytes; cache misses still %llu\n",
+                ResultName(result), static_cast<unsigned long long>(read),
+                static_cast<unsigned long long>(cache->GetStatistics().misses));
+  }
+  Ostra::Foundation::SetFileBufferFactory({});
+
+  const UTF16String copy = folder + L"OstraDemo-copy.bin";
+  int shown = 0;
+  std::printf("  copy with progress  [");
+  const Ostra::Result copied = Ostra::File::CopyWithProgress(path, copy, DemoCopyProgress, &shown);
+  std::printf("%*s] %s%s\n", 40 - shown, "", ResultName(copied),
+              shown == 0 ? " (this system reported no progress)" : "");
+
+  const UTF16String temp = Ostra::File::MakeUniqueTempPath(path, true);
+  const Ostra::Result moved = Ostra::File::Move(copy, temp);
+  std::printf("  temporary name      %s (%s)\n",
+              Narrow(Ostra::PathUtils::GetFullFilePart(temp)).c_str(), ResultName(moved));
+  const Ostra::Result swapped = Ostra::File::SwapTempFile(temp, path);
+  std::uint64_t size = 0;
+  Ostra::File::SizeOnDisk(path, size);
+  std::printf("  swapped over sample %s: target %llu bytes, temporary %s\n", ResultName(swapped),
+              static_cast<unsigned long long>(size),
+              Ostra::PathUtils::ExistsOnDisk(temp, false) ? "still there" : "gone");
+  std::uint64_t modified = 0;
+  const Ostra::Result timed = Ostra::File::GetLastModificationTime(path, modified);
+  std::printf("  last written        %s: FILETIME %llu\n", ResultName(timed),
+              static_cast<unsigned long long>(modified));
+  std::printf("  delete sample       %s\n", ResultName(Ostra::File::Delete(path)));
+}
+
 }  // namespace
 
 int main() {
@@ -421,6 +514,7 @@ int main() {
   ReportErrorTexts();
   ReportRegistry();
   ReportModules();
+  ReportFiles();
   std::printf("\nDone.\n");
   return 0;
 }

@@ -1,0 +1,630 @@
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "BlockCache.h"
+#include "Ostra/File.h"
+#include "Ostra/Result.h"
+#include "Support/HandleCount.h"
+#include "Support/TempDirectoryTest.h"
+#include "strata/Debug.h"
+
+namespace {
+
+using Ostra::File;
+using Ostra::SharedFile;
+using strata::classref::InterfaceRef;
+using strata::classref::MakeInterface;
+
+const std::uint32_t kBlock = 0x10000;
+
+// A byte pattern that does not repeat at any block size.
+unsigned char PatternByte(std::uint64_t inOffset) {
+  return static_cast<unsigned char>((inOffset * 7) ^ (inOffset >> 9) ^ (inOffset >> 17));
+}
+std::string Pattern(std::uint64_t inStart, std::size_t inSize) {
+  std::string text(inSize, '\0');
+  for (std::size_t i = 0; i < inSize; ++i) text[i] = static_cast<char>(PatternByte(inStart + i));
+  return text;
+}
+
+// Records every call a File makes and keeps the blocks it is given (or,
+// with inAlwaysMiss, finds none of them).
+class RecordingBuffer : public Ostra::IFileBuffer {
+ public:
+  explicit RecordingBuffer(bool inAlwaysMiss) : mAlwaysMiss(inAlwaysMiss) {}
+  void SetFile(const std::uint64_t& inTime, const Ostra::UTF16String& inPath,
+               const std::uint64_t& inSize) override {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mFileTime = inTime;
+    mPath = inPath;
+    mSize = inSize;
+  }
+  void AddBlock(Ostra::SharedBlock inBlock, std::uint64_t inOffset) override {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mLog.push_back("add " + std::to_string(inOffset));
+    mBlocks[inOffset] = inBlock;
+  }
+  Ostra::Result GetBlock(std::uint64_t inOffset, std::uint32_t inSize,
+                         Ostra::SharedBlock& outBlock) override {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mLog.push_back("get " + std::to_string(inOffset));
+    mLastGetSize = inSize;
+    const auto found = mBlocks.find(inOffset);
+    if (mAlwaysMiss || found == mBlocks.end()) return Ostra::eFileNotFound;
+    outBlock = found->second;
+    return Ostra::kSuccess;
+  }
+  void UnpinBlock(std::uint64_t inOffset, std::uint32_t) override {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mLog.push_back("unpin " + std::to_string(inOffset));
+  }
+  void PinBlock(std::uint64_t inOffset, std::uint32_t) override {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mLog.push_back("pin " + std::to_string(inOffset));
+  }
+
+  // The log lines starting with inPrefix ("pin", "add", ...), in order.
+  std::vector<std::string> Calls(const std::string& inPrefix) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    std::vector<std::string> calls;
+    for (const std::string& line : mLog)
+      if (line.compare(0, inPrefix.size(), inPrefix) == 0) calls.push_back(line);
+    return calls;
+  }
+  std::vector<std::string> PinCalls() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    std::vector<std::string> calls;
+    for (const std::string& line : mLog)
+      if (line.compare(0, 3, "pin") == 0 || line.compare(0, 5, "unpin") == 0) calls.push_back(line);
+    return calls;
+  }
+  void ClearLog() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mLog.clear();
+  }
+
+  std::mutex mMutex;
+  const bool mAlwaysMiss;
+  std::vector<std::string> mLog;
+  std::map<std::uint64_t, Ostra::SharedBlock> mBlocks;
+  std::uint64_t mFileTime = 0, mSize = 0;
+  std::uint32_t mLastGetSize = 0;
+  Ostra::UTF16String mPath;
+};
+
+class RecordingFactory : public Ostra::IFileBufferFactory {
+ public:
+  explicit RecordingFactory(bool inAlwaysMiss = false) : mAlwaysMiss(inAlwaysMiss) {}
+  InterfaceRef<Ostra::IFileBuffer> CreateFileBuffer() override {
+    ++mCreated;
+    mLast = MakeInterface<RecordingBuffer>(mAlwaysMiss);
+    return mLast;
+  }
+  const bool mAlwaysMiss;
+  int mCreated = 0;
+  InterfaceRef<RecordingBuffer> mLast;
+};
+
+// Each test gets a temp directory, starts and ends without a factory, and
+// must give back every handle it took.
+class FileTest : public OstraTest::TempDirectoryTest {
+ protected:
+  void SetUp() override {
+    TempDirectoryTest::SetUp();
+    Ostra::Foundation::SetFileBufferFactory({});
+    mFilesBefore = OstraTest::CountOpenFileHandles();
+  }
+  void TearDown() override {
+    Ostra::Foundation::SetFileBufferFactory({});
+    strata::debug::DebugDatabase::ClearOption("Ostra.UseNonPurgeable");
+    EXPECT_EQ(mFilesBefore, OstraTest::CountOpenFileHandles()) << "the test leaked file handles";
+    TempDirectoryTest::TearDown();
+  }
+
+  InterfaceRef<RecordingFactory> InstallRecordingFactory(bool inAlwaysMiss = false) {
+    InterfaceRef<RecordingFactory> factory = MakeInterface<RecordingFactory>(inAlwaysMiss);
+    Ostra::Foundation::SetFileBufferFactory(factory);
+    return factory;
+  }
+
+  // Opens inPath for cached reading (read access, readers only).
+  static Ostra::Result OpenCached(File& ioFile, const std::wstring& inPath,
+                                  std::uint32_t inBlockSize = kBlock) {
+    if (inBlockSize) ioFile.SetBufferSize(inBlockSize);
+    return ioFile.Create(inPath, Ostra::FileAccessFlags::kFileRead,
+                         Ostra::FileShareModeFlags::kShareRead,
+                         Ostra::FileCreateDispositionFlags::kOpenExisting,
+                         Ostra::FileAttributesFlags::kNormal, false);
+  }
+
+  std::string ReadAll(File& ioFile, std::uint32_t inChunk) {
+    std::string all, chunk(inChunk, '\0');
+    for (;;) {
+      std::uint32_t read = 0;
+      EXPECT_EQ(Ostra::kSuccess, ioFile.Read(&chunk[0], inChunk, read));
+      if (read == 0) return all;
+      all.append(chunk, 0, read);
+    }
+  }
+
+  unsigned long mFilesBefore = 0;
+};
+
+// ----------------------------------------------------------- cached reads
+
+TEST_F(FileTest, CachedReadsCopyExactBytesAtBlockEdgesAndEnd) {
+  const std::uint64_t size = 3 * kBlock + 1234;
+  const std::wstring path = MakeFile(L"data.bin", Pattern(0, size));
+  InstallRecordingFactory();
+  File file;
+  ASSERT_EQ(Ostra::kSuccess, OpenCached(file, path));
+
+  const struct {
+    std::uint64_t position;
+    std::uint32_t count;
+    std::uint32_t expected;
+  } cases[] = {
+      {0, 100, 100},                              // inside the first block
+      {kBlock - 10, 20, 20},                      // across one boundary
+      {kBlock - 1, 2 * kBlock + 2, 2 * kBlock + 2},  // across two boundaries
+      {2 * kBlock, kBlock, kBlock},               // exactly one whole block
+      {size - 5, 100, 5},                         // cut at the end
+      {size, 10, 0},                              // at the end
+      {3 * kBlock, 1234, 1234},                   // the short last block, exactly
+      {0, 0, 0},                                  // nothing asked
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE("position " + std::to_string(row.position) + " count " +
+                 std::to_string(row.count));
+    ASSERT_EQ(Ostra::kSuccess,
+              file.SetFilePointer(static_cast<std::int64_t>(row.position),
+                                  Ostra::FilePointerMoveMethod::kBegin));
+    std::string buffer(row.count + 16, '\x5A');
+    std::uint32_t read = 77;
+    ASSERT_EQ(Ostra::kSuccess, file.Read(&buffer[0], row.count, read));
+    ASSERT_EQ(row.expected, read);
+    EXPECT_EQ(Pattern(row.position, read), buffer.substr(0, read));
+    EXPECT_EQ(std::string(buffer.size() - read, '\x5A'), buffer.substr(read))
+        << "bytes written beyond what was read";
+    std::int64_t position = -1;
+    EXPECT_EQ(Ostra::kSuccess, file.GetFilePointer(position));
+    EXPECT_EQ(static_cast<std::int64_t>(row.position + read), position);
+  }
+}
+
+TEST_F(FileTest, SmallSequentialReadsAskTheCacheOncePerBlock) {
+  const std::uint64_t size = 2 * kBlock + 100;
+  const std::wstring path = MakeFile(L"seq.bin", Pattern(0, size));
+  InterfaceRef<RecordingFactory> factory = InstallRecordingFactory();
+  {
+    File file;
+    ASSERT_EQ(Ostra::kSuccess, OpenCached(file, path));
+    EXPECT_EQ(Pattern(0, size), ReadAll(file, 4096));
+    const std::vector<std::string> expected = {"get 0", "get 65536", "get 131072"};
+    EXPECT_EQ(expected, factory->mLast->Calls("get")) << "the last block was not reused";
+    EXPECT_EQ(3u, factory->mLast->Calls("add").size());
+    EXPECT_EQ(size, factory->mLast->mSize);
+    EXPECT_EQ(path, factory->mLast->mPath);
+  }
+  {
+    // A second File gets its own buffer; one that keeps the first's blocks
+    // serves every block from memory.
+    InterfaceRef<RecordingBuffer> first = factory->mLast;
+    File file;
+    ASSERT_EQ(Ostra::kSuccess, OpenCached(file, path));
+    factory->mLast->mBlocks = first->mBlocks;
+    EXPECT_EQ(Pattern(0, size), ReadAll(file, 5000));
+    EXPECT_TRUE(factory->mLast->Calls("add").empty()) << "a cached block was read again";
+  }
+}
+
+TEST_F(FileTest, CacheThatAlwaysMissesStillReadsCorrectly) {
+  const std::uint64_t size = 3 * kBlock + 7;
+  const std::wstring path = MakeFile(L"miss.bin", Pattern(0, size));
+  InterfaceRef<RecordingFactory> factory = InstallRecordingFactory(true);
+  File file;
+  ASSERT_EQ(Ostra::kSuccess, OpenCached(file, path));
+  EXPECT_EQ(Pattern(0, size), ReadAll(file, 3000));
+  EXPECT_EQ(4u, factory->mLast->Calls("add").size());
+  // Backwards: every block comes from disk again, through the file pointer.
+  std::string chunk(kBlock, '\0');
+  for (int block = 3; block >= 0; --block) {
+    SCOPED_TRACE(block);
+    ASSERT_EQ(Ostra::kSuccess, file.SetFilePointer(block * std::int64_t(kBlock) + 3,
+                                                   Ostra::FilePointerMoveMethod::kBegin));
+    std::uint32_t read = 0;
+    ASSERT_EQ(Ostra::kSuccess, file.Read(&chunk[0], 10, read));
+    EXPECT_EQ(Pattern(block * std::uint64_t(kBlock) + 3, read), chunk.substr(0, read));
+  }
+}
+
+TEST_F(FileTest, ZeroByteAndChangingFilesGiveClearResults) {
+  const std::wstring empty = MakeFile(L"empty.bin", "");
+  InstallRecordingFactory();
+  {
+    File file;
+    ASSERT_EQ(Ostra::kSuccess, OpenCached(file, empty));
+    char buffer[16];
+    std::uint32_t read = 5;
+    EXPECT_EQ(Ostra::kSuccess, file.Read(buffer, sizeof buffer, read));
+    EXPECT_EQ(0u, read);
+    EXPECT_EQ(0u, file.SizeOnDisk());
+  }
+  // A cached File shared with a writer (kAllowCaching): the file shrinks
+  // under it. Reads stop short or give what the disk has; never stale memory.
+  const std::uint64_t size = 2 * kBlock;
+  const std::wstring path = MakeFile(L"shrink.bin", Pattern(0, size));
+  File file;
+  ASSERT_EQ(Ostra::kSuccess,
+            file.Create(path, Ostra::FileAccessFlags::kFileRead,
+                        Ostra::FileShareModeFlags::kShareRead |
+                            Ostra::FileShareModeFlags::kShareWrite,
+                        Ostra::FileCreateDispositionFlags::kOpenExisting,
+                        Ostra::FileAttributesFlags::kAllowCaching, false));
+  EXPECT_EQ(size, file.SizeOnDisk());
+  HANDLE writer = ::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                nullptr, OPEN_EXISTING, 0, nullptr);
+  ASSERT_NE(INVALID_HANDLE_VALUE, writer);
+  LARGE_INTEGER newEnd;
+  newEnd.QuadPart = kBlock + 100;
+  EXPECT_TRUE(::SetFilePointerEx(writer, newEnd, nullptr, FILE_BEGIN) && ::SetEndOfFile(writer));
+  ::CloseHandle(writer);
+
+  EXPECT_EQ(size, file.SizeOnDisk()) << "a cached File keeps the size it saw";
+  std::string buffer(size, '\0');
+  std::uint32_t read = 0;
+  ASSERT_EQ(Ostra::kSuccess, file.Read(&buffer[0], static_cast<std::uint32_t>(size), read));
+  EXPECT_EQ(kBlock + 100, read);
+  EXPECT_EQ(Pattern(0, read), buffer.substr(0, read));
+}
+
+TEST_F(FileTest, PinningKeepsNewestBlocksAndCloseUnpinsThem) {
+  const std::wstring path = MakeFile(L"pin.bin", Pattern(0, 4 * kBlock));
+  InterfaceRef<RecordingFactory> factory = InstallRecordingFactory();
+  InterfaceRef<RecordingBuffer> buffer;
+  {
+    File file;
+    file.SetMultiBufferCount(2);
+    ASSERT_EQ(Ostra::kSuccess, OpenCached(file, path));
+    buffer = factory->mLast;
+    ReadAll(file, kBlock / 2);
+    const std::vector<std::string> whileReading = {"pin 0",      "pin 65536",  "unpin 0",
+                                                   "pin 131072", "unpin 65536", "pin 196608"};
+    EXPECT_EQ(whileReading, buffer->PinCalls());
+    buffer->ClearLog();
+    file.Close();
+    const std::vector<std::string> onClose = {"unpin 131072", "unpin 196608"};
+    EXPECT_EQ(onClose, buffer->PinCalls()) << "Close must unpin the oldest first";
+    buffer->ClearLog();
+  }
+  EXPECT_TRUE(buffer->PinCalls().empty()) << "the destructor unpinned again";
+  factory->mLast.Reset();
+  EXPECT_EQ(1, buffer->GetRefCount()) << "the File kept its buffer after Close";
+
+  // With the debug option off the count is ignored.
+  strata::debug::DebugDatabase::SetOption("Ostra.UseNonPurgeable", "false");
+  File file;
+  file.SetMultiBufferCount(2);
+  ASSERT_EQ(Ostra::kSuccess, OpenCached(file, path));
+  ReadAll(file, kBlock);
+  EXPECT_TRUE(factory->mLast->PinCalls().empty());
+}
+
+// ---------------------------------------------------------- the pointer
+
+TEST_F(FileTest, CachedPointerMovesAreClampedAndEndCountsBackForBothSigns) {
+  const std::wstring path = MakeFile(L"ptr.bin", Pattern(0, 1000));
+  InstallRecordingFactory();
+  File file;
+  ASSERT_EQ(Ostra::kSuccess, OpenCached(file, path));
+  using Method = Ostra::FilePointerMoveMethod;
+  const struct {
+    std::int64_t distance;
+    Method::Type method;
+    std::int64_t expected;
+  } cases[] = {
+      {10, Method::kBegin, 10},       {5, Method::kCurrent, 15},
+      {-20, Method::kCurrent, 0},     {5, Method::kEnd, 995},
+      {-5, Method::kEnd, 995},        {0, Method::kEnd, 1000},
+      {2000, Method::kEnd, 0},        {1001, Method::kBegin, 1000},
+      {-1, Method::kBegin, 0},        {INT64_MAX, Method::kCurrent, 1000},
+      {INT64_MIN, Method::kCurrent, 0},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(std::to_string(row.distance) + " method " + std::to_string(row.method));
+    ASSERT_EQ(Ostra::kSuccess, file.SetFilePointer(row.distance, row.method));
+    std::int64_t position = -1;
+    ASSERT_EQ(Ostra::kSuccess, file.GetFilePointer(position));
+    EXPECT_EQ(row.expected, position);
+  }
+  EXPECT_EQ(Ostra::eUnknown, file.SetFilePointer(0, static_cast<Method::Type>(7)));
+}
+
+TEST_F(FileTest, DirectPointerReportsSuccessEvenWhenWindowsRefuses) {
+  const std::wstring path = MakeFile(L"direct.bin", Pattern(0, 1000));
+  File file;
+  ASSERT_EQ(Ostra::kSuccess, File::Open(path, Ostra::FileAccessFlags::kFileRead, file, false));
+  ASSERT_EQ(Ostra::kSuccess, file.SetFilePointer(-5, Ostra::FilePointerMoveMethod::kEnd));
+  std::int64_t position = -1;
+  ASSERT_EQ(Ostra::kSuccess, file.GetFilePointer(position));
+  EXPECT_EQ(995, position) << "direct kEnd moves by the signed distance";
+  // A move before the start fails in Windows but is reported as success.
+  EXPECT_EQ(Ostra::kSuccess, file.SetFilePointer(-2000, Ostra::FilePointerMoveMethod::kCurrent));
+  ASSERT_EQ(Ostra::kSuccess, file.GetFilePointer(position));
+  EXPECT_EQ(995, position);
+  // Past the end is allowed directly; the read there gives nothing.
+  ASSERT_EQ(Ostra::kSuccess, file.SetFilePointer(5000, Ostra::FilePointerMoveMethod::kBegin));
+  char buffer[8];
+  std::uint32_t read = 3;
+  EXPECT_EQ(Ostra::kSuccess, file.Read(buffer, sizeof buffer, read));
+  EXPECT_EQ(0u, read);
+}
+
+// ------------------------------------------------ the cache decision
+
+TEST_F(FileTest, OnlyReadOnlyFilesWithoutWritersAreCached) {
+  const std::wstring path = MakeFile(L"decide.bin", Pattern(0, 100));
+  InterfaceRef<RecordingFactory> factory = InstallRecordingFactory();
+  using Access = Ostra::FileAccessFlags;
+  using Share = Ostra::FileShareModeFlags;
+  using Attributes = Ostra::FileAttributesFlags;
+  const struct {
+    Access::Type access;
+    Share::Type share;
+    Attributes::Type attributes;
+    bool cached;
+  } cases[] = {
+      {Access::kFileRead, Share::kShareRead, Attributes::kNormal, true},
+      {Access::kFileRead, Share::kShareRead | Share::kShareDelete, Attributes::kSequentialScan, true},
+      {Access::kFileRead, Share::kShareRead | Share::kShareWrite, Attributes::kNormal, false},
+      {Access::kFileRead, Share::kShareRead | Share::kShareWrite,
+       Attributes::kNormal | Attributes::kAllowCaching, true},
+      {Access::kFileRead, Share::kShareRead, Attributes::kNoBuffering, false},
+      {Access::kFileRead | Access::kFileWrite, Share::kShareRead, Attributes::kNormal, false},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(std::to_string(row.access) + "/" + std::to_string(row.share) + "/" +
+                 std::to_string(row.attributes));
+    const int before = factory->mCreated;
+    File file;
+    ASSERT_EQ(Ostra::kSuccess, file.Create(path, row.access, row.share,
+                                           Ostra::FileCreateDispositionFlags::kOpenExisting,
+                                           row.attributes, false));
+    EXPECT_EQ(row.cached ? before + 1 : before, factory->mCreated);
+  }
+  // File::Open shares writing, so it never caches.
+  File opened;
+  ASSERT_EQ(Ostra::kSuccess, File::Open(path, Access::kFileRead, opened, true));
+  EXPECT_EQ(3, factory->mCreated);
+}
+
+TEST_F(FileTest, BlockSizeHasAFloorAndGrowsForLargeFiles) {
+  const std::wstring small = MakeFile(L"small.bin", Pattern(0, 1000));
+  const std::wstring large = MakeFile(L"large.bin", Pattern(0, 0x400001));
+  InterfaceRef<RecordingFactory> factory = InstallRecordingFactory();
+  const struct {
+    const std::wstring* path;
+    std::uint32_t setSize;  // 0: not set
+    std::uint32_t expected;
+  } cases[] = {
+      {&small, 0, kBlock},         {&large, 0, 0x200000},    {&small, 4096, kBlock},
+      {&large, 0x20000, 0x20000},  {&small, 0x30000, 0x30000},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(std::to_string(row.setSize));
+    File file;
+    ASSERT_EQ(Ostra::kSuccess, OpenCached(file, *row.path, row.setSize));
+    char byte;
+    std::uint32_t read = 0;
+    ASSERT_EQ(Ostra::kSuccess, file.Read(&byte, 1, read));
+    EXPECT_EQ(row.expected, factory->mLast->mLastGetSize);
+  }
+}
+
+TEST_F(FileTest, ReplacingTheFactoryLeavesAnOpenFileOnItsBuffer) {
+  const std::uint64_t size = 3 * kBlock;
+  const std::wstring path = MakeFile(L"swap.bin", Pattern(0, size));
+  InterfaceRef<RecordingFactory> first = InstallRecordingFactory();
+  File file;
+  ASSERT_EQ(Ostra::kSuccess, OpenCached(file, path));
+  std::string buffer(kBlock, '\0');
+  std::uint32_t read = 0;
+  ASSERT_EQ(Ostra::kSuccess, file.Read(&buffer[0], kBlock, read));
+
+  InterfaceRef<RecordingFactory> second = InstallRecordingFactory();
+  Ostra::Foundation::SetFileBufferFactory({});
+  ASSERT_EQ(Ostra::kSuccess, file.Read(&buffer[0], kBlock, read));
+  EXPECT_EQ(Pattern(kBlock, kBlock), buffer);
+  EXPECT_EQ(2u, first->mLast->Calls("add").size());
+  EXPECT_EQ(0, second->mCreated);
+
+  // Reopening decides again: no factory now, so the File is direct.
+  file.Close();
+  ASSERT_EQ(Ostra::kSuccess, OpenCached(file, path));
+  EXPECT_EQ(1, first->mCreated);
+  EXPECT_EQ(Pattern(0, size), ReadAll(file, 10000));
+}
+
+// ------------------------------------------------ bad input and misuse
+
+TEST_F(FileTest, OpenAndCreateReportBadPathsAndSharing) {
+  const std::wstring path = MakeFile(L"locked.bin", "abc");
+  const std::wstring folder = MakeDirectory(L"folder");
+  using Access = Ostra::FileAccessFlags;
+  File file;
+  EXPECT_EQ(static_cast<Ostra::Result>(0xFFFFFFFFu),
+            File::Open(PathOf(L"missing.bin"), Access::kFileRead, file, false));
+  EXPECT_EQ(Ostra::ePathNotFound,
+            file.Create(L"relative\\name.bin", Access::kFileWrite, Ostra::FileShareModeFlags::kShareRead,
+                        Ostra::FileCreateDispositionFlags::kCreateAlways,
+                        Ostra::FileAttributesFlags::kNormal, false));
+  EXPECT_EQ(Ostra::eUnknown, File::Open(folder, Access::kFileRead, file, false));
+  EXPECT_EQ(Ostra::eFileNotFound,
+            file.Create(PathOf(L"missing.bin"), Access::kFileRead, Ostra::FileShareModeFlags::kShareRead,
+                        Ostra::FileCreateDispositionFlags::kOpenExisting,
+                        Ostra::FileAttributesFlags::kNormal, false));
+  EXPECT_FALSE(file.IsOpen());
+
+  HANDLE exclusive = ::CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  ASSERT_NE(INVALID_HANDLE_VALUE, exclusive);
+  EXPECT_EQ(Ostra::eSharingViolation, File::Open(path, Access::kFileRead, file, false));
+  ::CloseHandle(exclusive);
+
+  ASSERT_EQ(Ostra::kSuccess, File::Open(path, Access::kFileRead, file, true));
+  strata::debug::SetDialogHook(
+      [](const strata::debug::DialogInfo&) { return strata::debug::DialogAction::kContinue; });
+  EXPECT_THROW(File::Open(path, Access::kFileRead, file, false), strata::config::strata_exception)
+      << "opening an open File is a contract violation";
+  strata::debug::SetDialogHook({});
+}
+
+TEST_F(FileTest, ClosedFileOperationsAssertOnceAndReturnFileNotFound) {
+  std::vector<std::string> messages;
+  strata::debug::SetDialogHook([&](const strata::debug::DialogInfo& inInfo) {
+    messages.push_back(inInfo.message);
+    return strata::debug::DialogAction::kContinue;
+  });
+  File file;
+  for (int pass = 0; pass < 2; ++pass) {
+    std::int64_t position = 0;
+    std::uint64_t time = 0;
+    std::uint32_t count = 0;
+    EXPECT_EQ(Ostra::eFileNotFound, file.SetFilePointer(0, Ostra::FilePointerMoveMethod::kBegin));
+    EXPECT_EQ(Ostra::eFileNotFound, file.GetFilePointer(position));
+    EXPECT_EQ(0u, file.SizeOnDisk());
+    EXPECT_EQ(Ostra::FileSystemType::kUnknown, file.GetFileSystemType());
+    EXPECT_EQ(Ostra::eFileNotFound, file.Write("x", 1, count));
+    EXPECT_EQ(Ostra::eFileNotFound, file.Flush());
+    EXPECT_EQ(Ostra::eFileNotFound, file.SetEndOfFile());
+    EXPECT_EQ(Ostra::eFileNotFound, file.GetLastModificationTime(time));
+    EXPECT_EQ(Ostra::eFileNotFound, file.GetCreationTime(time));
+    char byte;
+    EXPECT_EQ(Ostra::eFileNotFound, file.Read(&byte, 1, count));
+  }
+  strata::debug::SetDialogHook({});
+  const std::vector<std::string> expected = {
+      "SetFilePointer called on a File that isn't open. Please report this error.",
+      "GetFilePointer called on a File that isn't open. Please report this error.",
+      "SizeOnDisk called on a File that isn't open. Please report this error.",
+      "GetFileSystemType called on a File that isn't open. Please report this error.",
+      "Write called on a File that isn't open. Please report this error.",
+      "Flush called on a File that isn't open. Please report this error.",
+      "SetEndOfFile called on a File that isn't open. Please report this error.",
+      "GetLastModificationTime called on a File that isn't open. Please report this error.",
+      "GetCreationTime called on a File that isn't open. Please report this error.",
+  };
+  EXPECT_EQ(expected, messages);
+}
+
+// ----------------------------------------------------- writing and times
+
+TEST_F(FileTest, DirectWriteReadTruncateAndTimes) {
+  const std::wstring path = PathOf(L"written.bin");
+  File file;
+  ASSERT_EQ(Ostra::kSuccess,
+            file.Create(path, Ostra::FileAccessFlags::kFileRead | Ostra::FileAccessFlags::kFileWrite,
+                        Ostra::FileShareModeFlags::kShareRead,
+                        Ostra::FileCreateDispositionFlags::kCreateNew,
+                        Ostra::FileAttributesFlags::kNormal, false));
+  EXPECT_EQ(mFilesBefore + 1, OstraTest::CountOpenFileHandles()) << "the leak check sees no files";
+  const std::string data = Pattern(0, 5000);
+  std::uint32_t written = 0;
+  ASSERT_EQ(Ostra::kSuccess, file.Write(data.data(), 5000, written));
+  EXPECT_EQ(5000u, written);
+  EXPECT_EQ(Ostra::kSuccess, file.Flush());
+  EXPECT_EQ(5000u, file.SizeOnDisk());
+  ASSERT_EQ(Ostra::kSuccess, file.SetFilePointer(1000, Ostra::FilePointerMoveMethod::kBegin));
+  EXPECT_EQ(Ostra::kSuccess, file.SetEndOfFile());
+  EXPECT_EQ(1000u, file.SizeOnDisk()) << "an uncached File asks Windows every time";
+  ASSERT_EQ(Ostra::kSuccess, file.SetFilePointer(0, Ostra::FilePointerMoveMethod::kBegin));
+  std::string back(2000, '\0');
+  std::uint32_t read = 0;
+  ASSERT_EQ(Ostra::kSuccess, file.Read(&back[0], 2000, read));
+  EXPECT_EQ(data.substr(0, 1000), back.substr(0, read));
+
+  std::uint64_t created = 0, modified = 0, byPath = 0;
+  ASSERT_EQ(Ostra::kSuccess, file.GetCreationTime(created));
+  ASSERT_EQ(Ostra::kSuccess, file.GetLastModificationTime(modified));
+  EXPECT_GT(created, 116444736000000000ull) << "not a FILETIME after 1970";
+  EXPECT_GE(modified, created);
+  file.Close();
+  ASSERT_EQ(Ostra::kSuccess, File::GetLastModificationTime(path, byPath));
+  EXPECT_EQ(modified, byPath);
+  ASSERT_EQ(Ostra::kSuccess, File::GetCreationTime(path, byPath));
+  EXPECT_EQ(created, byPath);
+  EXPECT_FALSE(strata::ResultSucceeded(
+            file.Create(path, Ostra::FileAccessFlags::kFileWrite,
+                        Ostra::FileShareModeFlags::kShareRead,
+                        Ostra::FileCreateDispositionFlags::kCreateNew,
+                        Ostra::FileAttributesFlags::kNormal, false)))
+      << "kCreateNew over an existing file";
+}
+
+// ------------------------------------------------------ shared reads
+
+TEST_F(FileTest, ConcurrentReadAtReturnsExactBytesWithoutMovingThePosition) {
+  const std::uint64_t size = 40 * kBlock + 321;
+  const std::wstring path = MakeFile(L"shared.bin", Pattern(0, size));
+  // A budget of a few blocks forces evictions and re-reads while threads race.
+  InterfaceRef<OstraTools::BlockCacheFactory> cache =
+      MakeInterface<OstraTools::BlockCacheFactory>(6 * kBlock);
+  for (bool cached : {true, false}) {
+    SCOPED_TRACE(cached ? "cached" : "direct");
+    Ostra::Foundation::SetFileBufferFactory(
+        cached ? InterfaceRef<Ostra::IFileBufferFactory>(cache) : InterfaceRef<Ostra::IFileBufferFactory>());
+    SharedFile file;
+    file.SetMultiBufferCount(2);
+    ASSERT_EQ(Ostra::kSuccess, OpenCached(file, path));
+    ASSERT_EQ(Ostra::kSuccess, file.SetFilePointer(17, Ostra::FilePointerMoveMethod::kBegin));
+
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+      threads.emplace_back([&, t] {
+        std::uint64_t seed = 0x9E3779B97F4A7C15ull * (t + 1);
+        std::string buffer(3 * kBlock, '\0');
+        for (int i = 0; i < 300; ++i) {
+          seed = seed * 6364136223846793005ull + 1442695040888963407ull;
+          const std::uint64_t offset = (seed >> 20) % (size + 100);
+          const std::uint32_t count = static_cast<std::uint32_t>((seed >> 8) % buffer.size());
+          std::uint32_t read = 0;
+          const Ostra::Result result =
+              file.ReadAt(&buffer[0], static_cast<std::int64_t>(offset), count, read);
+          const std::uint32_t expected = offset >= size ? 0
+              : static_cast<std::uint32_t>(std::min<std::uint64_t>(count, size - offset));
+          if (result != Ostra::kSuccess || read != expected ||
+              buffer.compare(0, read, Pattern(offset, read)) != 0)
+            ++failures;
+        }
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(0, failures.load());
+    // Only the cached position is ReadAt's to keep: Windows moves the
+    // pointer of a synchronous handle even for a read at an offset.
+    std::int64_t position = 0;
+    ASSERT_EQ(Ostra::kSuccess, file.GetFilePointer(position));
+    if (cached) {
+      EXPECT_EQ(17, position) << "ReadAt moved the File's position";
+    }
+    char byte;
+    std::uint32_t read = 0;
+    EXPECT_EQ(Ostra::eUnknown, file.ReadAt(&byte, -1, 1, read));
+  }
+  const OstraTools::BlockCacheStatistics statistics = cache->GetStatistics();
+  EXPECT_GT(statistics.hits, 0u);
+  EXPECT_GT(statistics.evictions, 0u);
+  EXPECT_EQ(0u, statistics.pinnedBlocks) << "Close left blocks pinned";
+  EXPECT_LE(statistics.bytes, 6u * kBlock);
+}
+
+}  // namespace
