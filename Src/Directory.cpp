@@ -1,8 +1,10 @@
 #include "Ostra/Directory.h"
 
+#include <algorithm>
 #include <exception>
 
 #include "DirectoryPrivate.h"
+#include "Ostra/File.h"
 #include "Ostra/PathUtils.h"
 #include "Ostra/Result.h"
 #include "strata/Debug.h"
@@ -137,6 +139,39 @@ Result Directory::Move(const UTF16String& inSource, const UTF16String& inDestina
   PrivateImpl::RunShellOperation(PrivateImpl::ShellOperation::kMove, inSource, inDestination);
   return PrivateImpl::RunShellOperation(PrivateImpl::ShellOperation::kDelete, inSource,
                                         UTF16String());
+}
+
+Result Directory::CopyContents(const UTF16String& inSource, const UTF16String& inDestination) {
+  if (!PathUtils::ExistsOnDisk(inSource, false) || !PathUtils::IsDirectory(inSource))
+    return eFileNotFound;
+  try {
+    const Result created = CreateOnDisk(inDestination, true);
+    if (!strata::ResultSucceeded(created) && created != eFileAlreadyExists) return created;
+
+    const strata::filesupport::Dir source(inSource, strata::filesupport::StorageType::kFileSystem);
+    const UTF16String sourcePath = source.FullPath();
+    const UTF16String destinationPath =
+        strata::filesupport::Dir(inDestination, strata::filesupport::StorageType::kFileSystem)
+            .FullPath();
+    for (strata::filesupport::RecursiveFileIterator file(
+             source, false, strata::filesupport::RecursiveFileIterator::CancelFunction(),
+             UTF16String(), strata::filesupport::RecursiveFileIterator::FileFilter());
+         file != strata::filesupport::RecursiveFileIterator(); ++file) {
+      const UTF16String filePath = file->FullPath();
+      UTF16String relative = filePath.substr(std::min(sourcePath.size(), filePath.size()));
+      relative.erase(0, relative.find_first_not_of(L'\\'));
+      if (relative.empty()) continue;
+      const UTF16String target = destinationPath + L"\\" + relative;
+      const std::size_t lastSlash = relative.rfind(L'\\');
+      if (lastSlash != UTF16String::npos)
+        CreateOnDisk(destinationPath + L"\\" + relative.substr(0, lastSlash), true);
+      // A file that cannot be copied (locked, say) does not stop the rest.
+      File::Copy(filePath, target);
+    }
+  } catch (...) {
+    return eFileNotFound;
+  }
+  return kSuccess;
 }
 
 }  // namespace Ostra

@@ -334,6 +334,43 @@ TEST_F(DirectoryTest, ShellOperationsRefuseLongPathFormsWithoutTouchingTheDisk) 
   EXPECT_TRUE(Ostra::PathUtils::IsDirectoryEmpty(target));
 }
 
+TEST_F(DirectoryTest, CopyContentsCopiesEveryFileAndPassesOverLockedOnes) {
+  MakeDirectory(L"src");
+  MakeFile(L"src\\a.txt", "alpha");
+  MakeFile(L"src\\locked.bin", "held");
+  MakeDirectory(L"src\\empty");
+  MakeDirectory(L"src\\\u66f2");
+  MakeFile(L"src\\\u66f2\\\U0001F3B5.wav", "tune");
+  MakeDirectory(L"tree");
+  const UTF16String deepSource = PathOf(L"tree");
+  MakeDirectory(L"tree\\" + std::wstring(130, L'n'));
+  MakeDirectory(L"tree\\" + std::wstring(130, L'n') + L"\\" + std::wstring(130, L'm'));
+  const UTF16String farFile = std::wstring(130, L'n') + L"\\" + std::wstring(130, L'm') + L"\\far.txt";
+  MakeFile(L"tree\\" + farFile, "far");
+
+  HANDLE held = ::CreateFileW(PathOf(L"src\\locked.bin").c_str(), GENERIC_READ, 0, nullptr,
+                              OPEN_EXISTING, 0, nullptr);
+  ASSERT_NE(INVALID_HANDLE_VALUE, held);
+  const Ostra::Result copied = Directory::CopyContents(PathOf(L"src"), PathOf(L"out\\new"));
+  ::CloseHandle(held);
+  EXPECT_EQ(Ostra::kSuccess, copied);
+  EXPECT_TRUE(Exists(PathOf(L"out\\new\\a.txt")));
+  EXPECT_TRUE(Exists(PathOf(L"out\\new\\\u66f2\\\U0001F3B5.wav")));
+  EXPECT_FALSE(Exists(PathOf(L"out\\new\\locked.bin"))) << "a locked file cannot be copied";
+  EXPECT_FALSE(Exists(PathOf(L"out\\new\\empty"))) << "empty folders are not reproduced";
+
+  // Into an existing destination, through paths beyond the classic limit.
+  EXPECT_EQ(Ostra::kSuccess, Directory::CopyContents(deepSource, PathOf(L"out\\new")));
+  EXPECT_TRUE(Exists(PathOf(L"out\\new\\" + farFile)));
+
+  EXPECT_EQ(Ostra::eFileNotFound, Directory::CopyContents(PathOf(L"missing"), PathOf(L"out")));
+  EXPECT_EQ(Ostra::eFileNotFound,
+            Directory::CopyContents(PathOf(L"src\\a.txt"), PathOf(L"out")));
+  const UTF16String blocker = MakeFile(L"blocker");
+  EXPECT_FALSE(strata::ResultSucceeded(Directory::CopyContents(PathOf(L"src"), blocker)))
+      << "the destination is a file";
+}
+
 // ------------------------------------------------------------ writability
 
 TEST_F(DirectoryTest, WritabilityProbeLeavesNothingBehind) {
