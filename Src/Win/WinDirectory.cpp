@@ -29,10 +29,6 @@ void Directory::PrivateImpl::Scan(const UTF16String& inPath, std::vector<UTF16St
                                   bool inRecursive, unsigned int inLimit, unsigned int& ioCount,
                                   const UTF16String& inFilterExtension,
                                   const CancelFunction& inCancel) {
-  // Throws when the directory vanished, also for a subdirectory met during
-  // a recursive scan.
-  if (Make(inPath).IsDirectoryEmpty()) return;
-
   const UTF16String prefix = PathUtils::AddTrailingSlash(inPath);
   // A recursive scan lists everything so that subdirectories are found;
   // the filter then only narrows what the caller keeps.
@@ -43,7 +39,15 @@ void Directory::PrivateImpl::Scan(const UTF16String& inPath, std::vector<UTF16St
   // The path as the caller stored it, not its normal form.
   WIN32_FIND_DATAW entry;
   Win::ScopedFindHandle find(::FindFirstFileW(pattern.c_str(), &entry));
-  if (!find.IsValid()) return;
+  // The listing itself answers whether the directory is empty (only the
+  // dot entries come back), so the separate emptiness query is asked only
+  // when the listing fails: a vanished directory, also a subdirectory met
+  // during a recursive scan, throws; any other failure ends this level.
+  // One listing per directory instead of three keeps deep trees cheap.
+  if (!find.IsValid()) {
+    Make(inPath).IsDirectoryEmpty();
+    return;
+  }
 
   while (inLimit == kNoLimit || ioCount < inLimit) {
     if (IsDotEntry(entry.cFileName)) {
