@@ -4,6 +4,8 @@
 #include "Ostra/AsyncFileReader.h"
 #include "Ostra/AutomationDataCollector.h"
 #include "Ostra/Color.h"
+#include "Ostra/Directory.h"
+#include "Ostra/DirectoryRegistry.h"
 #include "Ostra/DiskUtils.h"
 #include "Ostra/ErrorReports.h"
 #include "Ostra/File.h"

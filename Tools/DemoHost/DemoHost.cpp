@@ -676,6 +676,64 @@ void ReportIdleTimer() {
               static_cast<unsigned>(ran), listener.mCookie);
 }
 
+void ReportDirectories() {
+  Heading("Directories and the directory registry");
+  const UTF16String root = Ostra::PathUtils::GetTempDirectory() + L"OstraDemo-" +
+                           strata::utility::Guid::CreateUnique().AsString();
+  const UTF16String source = root + L"\\Project";
+  // A small media tree: two takes of clips, a log per take, an empty folder.
+  for (const wchar_t* folder : {L"\\Takes\\Take1", L"\\Takes\\Take2", L"\\Empty"})
+    Ostra::Directory::CreateOnDisk(source + folder, true);
+  for (int take = 1; take <= 2; ++take) {
+    const UTF16String folder = source + L"\\Takes\\Take" + std::to_wstring(take);
+    for (const wchar_t* name : {L"\\clip1.wav", L"\\clip2.wav", L"\\take.log"}) {
+      Ostra::File file;
+      if (strata::ResultSucceeded(file.Create(
+              folder + name, Ostra::FileAccessFlags::kFileWrite,
+              Ostra::FileShareModeFlags::kShareRead,
+              Ostra::FileCreateDispositionFlags::kCreateAlways,
+              Ostra::FileAttributesFlags::kNormal, false)))
+        file.Close();
+    }
+  }
+  std::printf("  created %s\\Project\\...\n", Narrow(root).c_str());
+
+  const Ostra::Directory project = Ostra::Directory::ConstructDirectory(source);
+  std::vector<UTF16String> paths;
+  project.GetContainedPaths(paths, true, 0xFFFFFFFFu, Ostra::Directory::CancelFunction());
+  std::printf("  recursive listing (directories after their contents):\n");
+  for (const UTF16String& path : paths)
+    std::printf("    %s\n", Narrow(path.substr(source.size())).c_str());
+  project.GetContainedPaths(paths, true, 3, Ostra::Directory::CancelFunction());
+  std::printf("  with a limit of 3:   %u entries\n", static_cast<unsigned>(paths.size()));
+  project.GetContainedFilePaths(L".WAV", paths, true, 0xFFFFFFFFu,
+                                Ostra::Directory::CancelFunction());
+  std::printf("  filter \".WAV\":       %u files\n", static_cast<unsigned>(paths.size()));
+  std::printf("  writable: %s, read-only: %s\n", project.IsDirectoryWriteable() ? "yes" : "no",
+              Ostra::PathUtils::IsReadOnly(source) ? "yes" : "no");
+
+  const UTF16String copy = root + L"\\Copy";
+  std::printf("  CopyContents         %s\n",
+              ResultName(Ostra::Directory::CopyContents(source, copy)));
+  Ostra::Directory::ConstructDirectory(copy).GetContainedPaths(
+      paths, true, 0xFFFFFFFFu, Ostra::Directory::CancelFunction());
+  std::printf("  the copy holds %u entries (the empty folder is not copied)\n",
+              static_cast<unsigned>(paths.size()));
+
+  Ostra::DirectoryRegistry::RegisterDirectory(root, L"DemoRoot");
+  Ostra::DirectoryRegistry::RegisterDirectory(L"$(DemoRoot)Project", L"DemoProject");
+  Ostra::DirectoryRegistry::RegisterDirectory(L"$(DemoProject)Takes\\Take2", L"DemoTake");
+  std::printf("  $(DemoProject)Takes\\Take2 resolves to\n    %s\n",
+              Narrow(Ostra::DirectoryRegistry::FindDirectory(L"DemoTake")).c_str());
+  std::printf("  unknown name gives   \"%s\"\n",
+              Narrow(Ostra::DirectoryRegistry::FindDirectory(L"NoSuchName")).c_str());
+  for (const wchar_t* name : {L"DemoRoot", L"DemoProject", L"DemoTake"})
+    Ostra::DirectoryRegistry::UnregisterDirectory(name);
+
+  std::printf("  delete the demo tree %s\n",
+              ResultName(Ostra::Directory::DeleteNotEmpty(root)));
+}
+
 }  // namespace
 
 int main() {
@@ -695,6 +753,7 @@ int main() {
   ReportModules();
   ReportFiles();
   ReportAsyncReader();
+  ReportDirectories();
   ReportIdleTimer();
   Ostra::Foundation::Terminate();
   std::printf("\nDone.\n");

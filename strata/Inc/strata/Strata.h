@@ -6,6 +6,7 @@
 #include "strata/Config.h"
 #include "strata/Debug.h"
 #include "strata/Executor.h"
+#include "strata/FileSupport.h"
 #include "strata/Impl.h"
 #include "strata/Messaging.h"
 #include "strata/Result.h"
