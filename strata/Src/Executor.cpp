@@ -66,6 +66,22 @@ void ReportWaitInsideOwnTask(const std::string& inExecutorName) {
 
 namespace {
 
+// Runs the oldest queued task of inState with its mutex released, then
+// marks it finished. Called and returns with the lock held.
+template <class State>
+void RunOldestTask(State& ioState, std::unique_lock<platform::Lock>& ioLock) {
+  Task task;
+  const std::uint64_t number = ioState.mTasks.PopOldest(task);
+  ioLock.unlock();
+  detail::RunTaskReportingErrors(task, ioState.mName);
+  // Released outside the lock: the task may hold the last reference to an
+  // executor, this one included.
+  task = nullptr;
+  ioLock.lock();
+  ioState.mTasks.Finished(number);
+  if (ioState.mWaiters != 0) ioState.mDone.NotifyAll();
+}
+
 // Waits until every task posted to inState so far has run. A task that
 // waits for its own executor would wait for ever: it is reported instead.
 template <class State>
@@ -115,16 +131,7 @@ void RunPoolThread(const std::shared_ptr<PoolState>& inState) {
     state.mWork.Wait(lock, [&state] { return state.mStopping || !state.mTasks.IsEmpty(); });
     // Stopping still runs what was posted before.
     if (state.mTasks.IsEmpty()) break;
-    Task task;
-    const std::uint64_t number = state.mTasks.PopOldest(task);
-    lock.unlock();
-    detail::RunTaskReportingErrors(task, state.mName);
-    // Released outside the lock: the task may hold the last reference to
-    // an executor, this one included.
-    task = nullptr;
-    lock.lock();
-    state.mTasks.Finished(number);
-    if (state.mWaiters != 0) state.mDone.NotifyAll();
+    RunOldestTask(state, lock);
   }
   lock.unlock();
   if (state.mOnEnd) detail::RunTaskReportingErrors(state.mOnEnd, state.mName);
@@ -221,14 +228,7 @@ void RunSubTasks(const std::shared_ptr<SubState>& inState) {
       return;
     }
     if (ran == kTasksPerTurn) break;
-    Task task;
-    const std::uint64_t number = state.mTasks.PopOldest(task);
-    lock.unlock();
-    detail::RunTaskReportingErrors(task, state.mName);
-    task = nullptr;
-    lock.lock();
-    state.mTasks.Finished(number);
-    if (state.mWaiters != 0) state.mDone.NotifyAll();
+    RunOldestTask(state, lock);
   }
   lock.unlock();
   LaunchRunner(inState);
