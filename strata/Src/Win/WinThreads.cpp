@@ -89,12 +89,17 @@ void Condition::NotifyAll() { ::WakeAllConditionVariable(reinterpret_cast<PCONDI
 
 std::unique_ptr<Thread> Thread::Start(std::size_t inStackSize, std::function<void()> inBody) {
   std::unique_ptr<std::function<void()>> body(new std::function<void()>(std::move(inBody)));
+  // Allocated before the thread starts, so that no allocation can fail while
+  // the new thread's handle has no owner.
+  std::unique_ptr<Thread> thread(new Thread(nullptr, 0));
   unsigned id = 0;
   const uintptr_t handle = ::_beginthreadex(nullptr, static_cast<unsigned>(inStackSize),
                                             RunThreadBody, body.get(), 0, &id);
   if (handle == 0) return nullptr;  // the body was not handed over
   body.release();                  // the thread owns it now
-  return std::unique_ptr<Thread>(new Thread(reinterpret_cast<void*>(handle), id));
+  thread->mHandle = reinterpret_cast<void*>(handle);
+  thread->mId = id;
+  return thread;
 }
 
 Thread::~Thread() { Detach(); }
