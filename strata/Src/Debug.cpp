@@ -134,8 +134,8 @@ std::string Trim(const std::string& inText) {
   return inText.substr(first, inText.find_last_not_of(blanks) - first + 1);
 }
 
-// Calls inEach(name, value) for "a=1;b;c=x": entries split at ';', name and
-// value at the last '=' of the entry (categories may contain ':' and '.').
+// Calls inEach(name, value, hasValue) for "a=1;b;c=x": entries split at ';',
+// name and value at the first '=' of the entry, so a value may hold '='.
 template <class Each>
 void ForEachSetting(const std::string& inText, Each inEach) {
   std::string::size_type start = 0;
