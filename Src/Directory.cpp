@@ -1,3 +1,5 @@
+// The portable half of Directory: the value, the listings built on the
+// scanner, and the tree copy file by file.
 #include "Ostra/Directory.h"
 
 #include <algorithm>

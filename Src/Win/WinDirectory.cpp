@@ -1,3 +1,5 @@
+// The Windows half of Directory: the find-based scanner, the writability
+// probe, the shell's operations on contents, creation and removal.
 #include <windows.h>
 #include <shellapi.h>
 #include <shlobj.h>
