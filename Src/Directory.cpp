@@ -1,3 +1,5 @@
+// The portable half of Directory: the value, the listings built on the
+// scanner, and the tree copy file by file.
 #include "Ostra/Directory.h"
 
 #include <algorithm>
@@ -16,7 +18,6 @@ namespace {
 
 const char kNotADirectoryMessage[] = "Directory object cannot construct with this path.";
 const char kNoLongerValidMessage[] = "Directory no longer exists.";
-
 
 wchar_t FoldAscii(wchar_t inChar) {
   return (inChar >= L'A' && inChar <= L'Z') ? static_cast<wchar_t>(inChar - L'A' + L'a') : inChar;
@@ -132,7 +133,7 @@ Result Directory::Copy(const UTF16String& inSource, const UTF16String& inDestina
 
 Result Directory::Move(const UTF16String& inSource, const UTF16String& inDestination) {
   // Refused forms are refused before anything is moved or deleted.
-  if (PathUtils::IsNormalizedPath(inSource) || PathUtils::IsNormalizedPath(inDestination))
+  if (PrivateImpl::IsRefusedByShell(inSource) || PrivateImpl::IsRefusedByShell(inDestination))
     return ePathNotFound;
   // The move's own result is not reported: what counts is that the source
   // is emptied of whatever the move left behind.

@@ -20,6 +20,10 @@ class Directory::PrivateImpl : public strata::Impl {
                    bool inRecursive, unsigned int inLimit, unsigned int& ioCount,
                    const UTF16String& inFilterExtension, const CancelFunction& inCancel);
 
+  // Whether the shell operation refuses the path (with ePathNotFound)
+  // before anything on disk is touched.
+  static bool IsRefusedByShell(const UTF16String& inPath);
+
   // The shell's operations on a directory's contents.
   enum class ShellOperation { kMove = 1, kCopy = 2, kDelete = 3 };
   static Result RunShellOperation(ShellOperation inOperation, const UTF16String& inSource,

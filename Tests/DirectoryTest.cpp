@@ -318,19 +318,42 @@ TEST_F(DirectoryTest, ShellOperationsCopyMoveAndDeleteWholeTrees) {
   EXPECT_FALSE(strata::ResultSucceeded(Directory::DeleteNotEmpty(PathOf(L"missing"))));
 }
 
-TEST_F(DirectoryTest, ShellOperationsRefuseLongPathFormsWithoutTouchingTheDisk) {
+TEST_F(DirectoryTest, ShellOperationsRefuseLongEmptyAndNulPathsWithoutTouchingTheDisk) {
   MakeDirectory(L"src");
   MakeFile(L"src\\keep.txt");
   const UTF16String source = PathOf(L"src");
   const UTF16String target = MakeDirectory(L"dst");
-  const UTF16String longSource = LongForm(source);
-  const UTF16String longTarget = LongForm(target);
-  EXPECT_EQ(Ostra::ePathNotFound, Directory::Copy(longSource, target));
-  EXPECT_EQ(Ostra::ePathNotFound, Directory::Copy(source, longTarget));
-  EXPECT_EQ(Ostra::ePathNotFound, Directory::Move(longSource, target));
-  EXPECT_EQ(Ostra::ePathNotFound, Directory::Move(source, longTarget));
-  EXPECT_EQ(Ostra::ePathNotFound, Directory::DeleteNotEmpty(longSource));
+  // An empty source must not reach the current directory's contents.
+  const UTF16String current = MakeDirectory(L"current");
+  MakeFile(L"current\\keep.txt");
+  wchar_t previous[MAX_PATH + 1] = {};
+  ASSERT_NE(0u, ::GetCurrentDirectoryW(MAX_PATH + 1, previous));
+  ASSERT_TRUE(::SetCurrentDirectoryW(current.c_str()));
+
+  const UTF16String withNul = target + UTF16String(1, L'\0') + source;
+  const struct {
+    const char* name;
+    UTF16String source;
+    UTF16String target;
+  } kRows[] = {
+      {"long source", LongForm(source), target},
+      {"long target", source, LongForm(target)},
+      {"empty source", UTF16String(), target},
+      {"empty target", source, UTF16String()},
+      {"NUL in source", withNul, target},
+      {"NUL in target", source, withNul},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(Ostra::ePathNotFound, Directory::Copy(row.source, row.target));
+    EXPECT_EQ(Ostra::ePathNotFound, Directory::Move(row.source, row.target));
+    if (row.source != source)
+      EXPECT_EQ(Ostra::ePathNotFound, Directory::DeleteNotEmpty(row.source));
+  }
+  ::SetCurrentDirectoryW(previous);
   EXPECT_TRUE(Exists(source + L"\\keep.txt"));
+  EXPECT_TRUE(Exists(current + L"\\keep.txt"));
+  EXPECT_TRUE(Directory::IsDirectory(target));
   EXPECT_TRUE(Ostra::PathUtils::IsDirectoryEmpty(target));
 }
 

@@ -82,8 +82,9 @@ class OSTRA_API Directory {
   // Deletes everything in the directory, then the directory.
   static Result DeleteNotEmpty(const UTF16String& inPath);
   // Copies (moves) the source's contents into the destination through the
-  // shell. Long-path forms (\\?\...) are refused with ePathNotFound; any
-  // failure of the shell is eUnknown. A move then deletes whatever is left
+  // shell. Long-path forms (\\?\...), empty paths and paths holding a NUL
+  // are refused with ePathNotFound, as by DeleteNotEmpty; any failure of
+  // the shell is eUnknown. A move then deletes whatever is left
   // in the source; the source directory itself stays.
   static Result Copy(const UTF16String& inSource, const UTF16String& inDestination);
   static Result Move(const UTF16String& inSource, const UTF16String& inDestination);

@@ -1,3 +1,5 @@
+// The Windows half of Directory: the find-based scanner, the writability
+// probe, the shell's operations on contents, creation and removal.
 #include <windows.h>
 #include <shellapi.h>
 #include <shlobj.h>
@@ -89,6 +91,14 @@ bool Directory::IsDirectoryWriteable() const {
 
 // --------------------------------------------------- the shell operation
 
+bool Directory::PrivateImpl::IsRefusedByShell(const UTF16String& inPath) {
+  // The shell cannot take long-path forms. Its path lists are ended by NULs,
+  // so a NUL inside a path would add paths of its own, and an empty path
+  // would make "*.*" act on the current directory.
+  return inPath.empty() || inPath.find(L'\0') != UTF16String::npos ||
+         PathUtils::IsNormalizedPath(inPath);
+}
+
 // Runs without an owner window and without FOF_SILENT or FOF_NOERRORUI, so
 // an interactive session sees the shell's progress and error boxes. An
 // unattended process does not hang on them: the shell's error boxes are
@@ -103,15 +113,14 @@ Result Directory::PrivateImpl::RunShellOperation(ShellOperation inOperation,
                     static_cast<int>(ShellOperation::kCopy) == FO_COPY &&
                     static_cast<int>(ShellOperation::kDelete) == FO_DELETE,
                 "shell operation codes");
-  // The shell cannot take long-path forms.
-  if (PathUtils::IsNormalizedPath(inSource)) return ePathNotFound;
+  if (IsRefusedByShell(inSource)) return ePathNotFound;
   UTF16String from = PathUtils::AddTrailingSlash(inSource) + L"*.*";
   from.push_back(L'\0');
   from.push_back(L'\0');
 
   UTF16String to;
   if (inOperation != ShellOperation::kDelete) {
-    if (PathUtils::IsNormalizedPath(inDestination)) return ePathNotFound;
+    if (IsRefusedByShell(inDestination)) return ePathNotFound;
     to = inDestination;
     to.push_back(L'\0');
     to.push_back(L'\0');

@@ -132,8 +132,9 @@ DWORD CALLBACK CopyProgressRoutine(LARGE_INTEGER inTotalSize, LARGE_INTEGER inTr
   return context->mCallback(fraction, context->mUserData) ? PROGRESS_CONTINUE : PROGRESS_CANCEL;
 }
 
-// Steps 1 to 4 of the static time queries: the attribute data of a path
-// that must (inWantFolder) or must not be a folder.
+// The attribute data behind the time queries by path: ePathNotFound for a
+// path the system cannot take, eFileNotFound when nothing of the wanted
+// kind (a folder when inWantFolder, else a file) is there.
 Result GetPathAttributes(const UTF16String& inPath, bool inWantFolder,
                          WIN32_FILE_ATTRIBUTE_DATA& outData) {
   if (!PathUtils::IsValidPath(inPath)) return ePathNotFound;
