@@ -347,8 +347,9 @@ TEST_F(DirectoryTest, ShellOperationsRefuseLongEmptyAndNulPathsWithoutTouchingTh
     SCOPED_TRACE(row.name);
     EXPECT_EQ(Ostra::ePathNotFound, Directory::Copy(row.source, row.target));
     EXPECT_EQ(Ostra::ePathNotFound, Directory::Move(row.source, row.target));
-    if (row.source != source)
+    if (row.source != source) {
       EXPECT_EQ(Ostra::ePathNotFound, Directory::DeleteNotEmpty(row.source));
+    }
   }
   ::SetCurrentDirectoryW(previous);
   EXPECT_TRUE(Exists(source + L"\\keep.txt"));
