@@ -1,6 +1,8 @@
-// The one owner of a Win32 kernel handle in the library. Both NULL and
+// The owners of Win32 handles in the library: one template, with a traits
+// class that says how a kind of handle is closed. Both NULL and
 // INVALID_HANDLE_VALUE count as "no handle". Closing keeps GetLastError,
 // so a failure path can close first and translate the caller's error after.
+// An owner is used by one thread at a time.
 #pragma once
 
 #include <windows.h>
@@ -8,18 +10,19 @@
 namespace Ostra {
 namespace Win {
 
-class ScopedHandle {
+template <class Traits>
+class GenericScopedHandle {
  public:
-  ScopedHandle() = default;
-  explicit ScopedHandle(HANDLE inHandle) : mHandle(inHandle) {}
-  ~ScopedHandle() { Close(); }
-  ScopedHandle(ScopedHandle&& ioOther) noexcept : mHandle(ioOther.Release()) {}
-  ScopedHandle& operator=(ScopedHandle&& ioOther) noexcept {
+  GenericScopedHandle() = default;
+  explicit GenericScopedHandle(HANDLE inHandle) : mHandle(inHandle) {}
+  ~GenericScopedHandle() { Close(); }
+  GenericScopedHandle(GenericScopedHandle&& ioOther) noexcept : mHandle(ioOther.Release()) {}
+  GenericScopedHandle& operator=(GenericScopedHandle&& ioOther) noexcept {
     if (this != &ioOther) Reset(ioOther.Release());
     return *this;
   }
-  ScopedHandle(const ScopedHandle&) = delete;
-  ScopedHandle& operator=(const ScopedHandle&) = delete;
+  GenericScopedHandle(const GenericScopedHandle&) = delete;
+  GenericScopedHandle& operator=(const GenericScopedHandle&) = delete;
 
   static bool IsValidHandle(HANDLE inHandle) {
     return inHandle != nullptr && inHandle != INVALID_HANDLE_VALUE;
@@ -32,7 +35,10 @@ class ScopedHandle {
     if (inHandle == mHandle) return;
     HANDLE old = mHandle;
     mHandle = inHandle;
-    CloseKeepingLastError(old);
+    if (!IsValidHandle(old)) return;
+    const DWORD error = ::GetLastError();
+    Traits::Close(old);
+    ::SetLastError(error);
   }
   HANDLE Release() {
     HANDLE handle = mHandle;
@@ -42,15 +48,20 @@ class ScopedHandle {
   void Close() { Reset(); }
 
  private:
-  static void CloseKeepingLastError(HANDLE inHandle) {
-    if (!IsValidHandle(inHandle)) return;
-    const DWORD error = ::GetLastError();
-    ::CloseHandle(inHandle);
-    ::SetLastError(error);
-  }
-
   HANDLE mHandle = INVALID_HANDLE_VALUE;
 };
+
+struct KernelHandleTraits {
+  static void Close(HANDLE inHandle) { ::CloseHandle(inHandle); }
+};
+
+// A directory search of FindFirstFileW is closed with FindClose.
+struct FindHandleTraits {
+  static void Close(HANDLE inHandle) { ::FindClose(inHandle); }
+};
+
+typedef GenericScopedHandle<KernelHandleTraits> ScopedHandle;
+typedef GenericScopedHandle<FindHandleTraits> ScopedFindHandle;
 
 }  // namespace Win
 }  // namespace Ostra

@@ -8,7 +8,6 @@
 #include "Ostra/Directory.h"
 #include "Ostra/PathUtils.h"
 #include "Ostra/Result.h"
-#include "ScopedFindHandle.h"
 #include "ScopedHandle.h"
 #include "strata/Utility.h"
 

@@ -13,7 +13,7 @@
 #include "Ostra/DiskUtils.h"
 #include "Ostra/PathUtils.h"
 #include "PathUtilsPrivate.h"
-#include "ScopedFindHandle.h"
+#include "ScopedHandle.h"
 #include "strata/Debug.h"
 #include "strata/Utility.h"
 
