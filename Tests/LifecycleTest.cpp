@@ -1,5 +1,4 @@
 #include <windows.h>
-#include <tlhelp32.h>
 
 #include <gtest/gtest.h>
 
@@ -11,6 +10,7 @@
 #include "Ostra/IdleTimer.h"
 #include "Ostra/Result.h"
 #include "Support/TempDirectoryTest.h"
+#include "Support/ThreadCount.h"
 #include "Support/TraceCapture.h"
 #include "Win/AsyncFileReaderPrivate.h"
 #include "strata/Config.h"
@@ -19,18 +19,6 @@
 namespace {
 
 using Ostra::AsyncFileReader;
-
-int CountThreadsOfThisProcess() {
-  HANDLE snapshot = ::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-  if (snapshot == INVALID_HANDLE_VALUE) return -1;
-  THREADENTRY32 entry = {};
-  entry.dwSize = sizeof(entry);
-  int count = 0;
-  for (BOOL more = ::Thread32First(snapshot, &entry); more; more = ::Thread32Next(snapshot, &entry))
-    if (entry.th32OwnerProcessID == ::GetCurrentProcessId()) ++count;
-  ::CloseHandle(snapshot);
-  return count;
-}
 
 // Whether asynchronous reading is available, judged by what Open does.
 bool ReaderCanOpen(const std::wstring& inFile) {
@@ -92,7 +80,7 @@ TEST_F(LifecycleTest, OnlyTheFirstInitializeLogsStartupAndRegistersTheStations) 
 TEST_F(LifecycleTest, FullRestartsLeaveNoThreadOrRequestRecordBehind) {
   const int kSize = 256 * 1024;
   const std::wstring file = MakeFile(L"data.bin", std::string(kSize, 'x'));
-  const int threadsBefore = CountThreadsOfThisProcess();
+  const int threadsBefore = OstraTest::CountThreadsOfThisProcess();
   ASSERT_GT(threadsBefore, 0);
   DWORD handlesBefore = 0;
   const bool countsHandles = ::GetProcessHandleCount(::GetCurrentProcess(), &handlesBefore) != 0;
@@ -112,9 +100,9 @@ TEST_F(LifecycleTest, FullRestartsLeaveNoThreadOrRequestRecordBehind) {
       EXPECT_EQ(int(kSize / sector), done);
       ::VirtualFree(memory, 0, MEM_RELEASE);
     }
-    EXPECT_GT(CountThreadsOfThisProcess(), threadsBefore) << "no I/O threads while running";
+    EXPECT_GT(OstraTest::CountThreadsOfThisProcess(), threadsBefore) << "no I/O threads while running";
     Ostra::Foundation::Terminate();
-    EXPECT_EQ(threadsBefore, CountThreadsOfThisProcess()) << "a thread outlived Terminate";
+    EXPECT_EQ(threadsBefore, OstraTest::CountThreadsOfThisProcess()) << "a thread outlived Terminate";
     EXPECT_EQ(0u, Ostra::Internal::CountAsyncReadRequestsInUse());
     DWORD handlesAfter = 0;
     if (countsHandles && ::GetProcessHandleCount(::GetCurrentProcess(), &handlesAfter)) {

@@ -1,7 +1,6 @@
 #include "strata/Executor.h"
 
 #include <windows.h>
-#include <tlhelp32.h>
 
 #include <gtest/gtest.h>
 
@@ -14,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "Support/ThreadCount.h"
 #include "strata/Debug.h"
 #include "strata/Threads.h"
 
@@ -25,18 +25,6 @@ using strata::threads::ThreadAttributes;
 using strata::threads::ThreadHook;
 using strata::threads::ThreadPriority;
 
-int CountProcessThreads() {
-  HANDLE snapshot = ::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-  if (snapshot == INVALID_HANDLE_VALUE) return -1;
-  THREADENTRY32 entry;
-  entry.dwSize = sizeof(entry);
-  int count = 0;
-  for (BOOL more = ::Thread32First(snapshot, &entry); more; more = ::Thread32Next(snapshot, &entry))
-    if (entry.th32OwnerProcessID == ::GetCurrentProcessId()) ++count;
-  ::CloseHandle(snapshot);
-  return count;
-}
-
 ExecutorRef MakePool(std::uint32_t inThreads, const char* inName = "Test Pool Thread") {
   return strata::threads::CreateAsyncThreadedExecutor(inName, inThreads, ThreadPriority::kNormal,
                                                       ThreadHook(), ThreadHook(), ThreadAttributes());
@@ -46,7 +34,7 @@ ExecutorRef MakePool(std::uint32_t inThreads, const char* inName = "Test Pool Th
 class ExecutorTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    mBaselineThreads = CountProcessThreads();
+    mBaselineThreads = OstraTest::CountThreadsOfThisProcess();
     strata::debug::SetDialogHook([this](const strata::debug::DialogInfo& inInfo) {
       std::lock_guard<std::mutex> lock(mDialogMutex);
       mDialogs.push_back(inInfo.message);
@@ -56,7 +44,7 @@ class ExecutorTest : public ::testing::Test {
   void TearDown() override {
     strata::debug::SetDialogHook({});
     // Whatever a test made, its threads must be gone when it ends.
-    EXPECT_EQ(mBaselineThreads, CountProcessThreads());
+    EXPECT_EQ(mBaselineThreads, OstraTest::CountThreadsOfThisProcess());
   }
   std::vector<std::string> Dialogs() {
     std::lock_guard<std::mutex> lock(mDialogMutex);
@@ -174,7 +162,7 @@ TEST_F(ExecutorTest, ReleasingTheLastReferenceRunsQueuedTasksAndJoinsThreads) {
     std::atomic<int> ran{0};
     {
       ExecutorRef pool = MakePool(4);
-      EXPECT_EQ(mBaselineThreads + 4, CountProcessThreads());
+      EXPECT_EQ(mBaselineThreads + 4, OstraTest::CountThreadsOfThisProcess());
       // The view holds the pool's last reference once the pool is dropped.
       ExecutorRef executor = view ? strata::threads::CreateSubExecutor(pool, 1) : pool;
       pool.reset();
@@ -185,7 +173,7 @@ TEST_F(ExecutorTest, ReleasingTheLastReferenceRunsQueuedTasksAndJoinsThreads) {
         });
     }
     EXPECT_EQ(200, ran.load());
-    EXPECT_EQ(mBaselineThreads, CountProcessThreads());
+    EXPECT_EQ(mBaselineThreads, OstraTest::CountThreadsOfThisProcess());
   }
 }
 
@@ -203,7 +191,7 @@ TEST_F(ExecutorTest, LastReferenceReleasedInsideOwnTaskDoesNotDeadlock) {
   }
   ASSERT_TRUE(done.PassThrough(10000));
   // The thread that released it ends on its own, right after the task.
-  for (int i = 0; i < 500 && CountProcessThreads() != mBaselineThreads; ++i) ::Sleep(10);
+  for (int i = 0; i < 500 && OstraTest::CountThreadsOfThisProcess() != mBaselineThreads; ++i) ::Sleep(10);
 }
 
 TEST_F(ExecutorTest, WaitForAllDoesNotWaitForTasksPostedAfterIt) {
@@ -254,7 +242,7 @@ TEST_F(ExecutorTest, CPUPoolIsOnePerProcessAndSizedToTheMachine) {
     ExecutorRef second = strata::threads::CreateCPUBoundExecutor();
     ASSERT_TRUE(first);
     EXPECT_EQ(first.get(), second.get());
-    EXPECT_EQ(mBaselineThreads + static_cast<int>(info.dwNumberOfProcessors), CountProcessThreads());
+    EXPECT_EQ(mBaselineThreads + static_cast<int>(info.dwNumberOfProcessors), OstraTest::CountThreadsOfThisProcess());
   }
   // Released by everyone: its threads are gone (TearDown), and a new one
   // starts when asked for.
