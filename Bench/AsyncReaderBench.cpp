@@ -148,12 +148,11 @@ void PrintCase(const char* inTitle, const Measurement& inBaseline, const Measure
   OstraBench::PrintHeader(inTitle);
   OstraBench::Report(inBaseline, inBaseline);
   OstraBench::Report(inReader, inBaseline);
-  const double ratio = inThroughput ? inReader.ItemsPerSecond() / inBaseline.ItemsPerSecond()
-                                    : inReader.NanosecondsPerItem() / inBaseline.NanosecondsPerItem();
-  std::printf("%s %.2fx the hand-written loop (goal %s %.2fx): %s\n",
-              inThroughput ? "reader throughput" : "reader cost per request", ratio,
-              inThroughput ? ">=" : "<=", inGoal,
-              (inThroughput ? ratio >= inGoal : ratio <= inGoal) ? "met" : "NOT met");
+  OstraBench::Goal(inThroughput ? "reader throughput vs the hand-written loop"
+                                : "reader cost per request vs the hand-written loop",
+                   inThroughput ? OstraBench::SpeedRatio(inReader, inBaseline)
+                                : OstraBench::CostRatio(inReader, inBaseline),
+                   inGoal, inThroughput);
 }
 
 }  // namespace

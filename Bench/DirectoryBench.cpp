@@ -94,7 +94,7 @@ void Compare(const char* inTitle, const UTF16String& inRoot) {
         BareWalk(inRoot, paths);
         OstraBench::KeepAlive(paths.size());
       },
-      3, 1.0);
+      OstraBench::kDefaultPasses, 0.5);
   const Directory directory = Directory::ConstructDirectory(inRoot);
   const OstraBench::Measurement scanner = OstraBench::Measure(
       "Directory::GetContainedPaths, recursive", entries,
@@ -103,12 +103,12 @@ void Compare(const char* inTitle, const UTF16String& inRoot) {
         directory.GetContainedPaths(paths, true, kNoLimit, Directory::CancelFunction());
         OstraBench::KeepAlive(paths.size());
       },
-      3, 1.0);
+      OstraBench::kDefaultPasses, 0.5);
   OstraBench::Report(base, base);
   OstraBench::Report(scanner, base);
-  const double ratio = scanner.NanosecondsPerItem() / base.NanosecondsPerItem();
-  std::printf("%llu entries; goal: scanner at most 1.5x the bare loop: %s\n",
-              static_cast<unsigned long long>(entries), ratio <= 1.5 ? "met" : "NOT met");
+  std::printf("%llu entries\n", static_cast<unsigned long long>(entries));
+  OstraBench::Goal("recursive listing cost vs the bare loop", OstraBench::CostRatio(scanner, base),
+                   1.5, false);
 }
 
 }  // namespace
