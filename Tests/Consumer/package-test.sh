@@ -30,6 +30,22 @@ run_host() {
   "$OSTRA_BUILD/wine-run" "$2"
 }
 
+# build_and_run <prefix> <cmake arguments...>: the consumer in $dir/build.
+build_and_run() {
+  prefix=$1; shift
+  configure "$dir/build" -DCMAKE_PREFIX_PATH="$prefix" "$@" >"$dir/configure.log" ||
+    { cat "$dir/configure.log"; exit 1; }
+  cmake --build "$dir/build" >/dev/null
+  run_host "$prefix" "$dir/build/ConsumerHost.exe"
+}
+
+# Every step but the install works in a fresh folder of its own.
+dir=$work/${2:-$step}
+if [ "$step" != install ]; then
+  rm -rf "$dir"
+  mkdir -p "$dir"
+fi
+
 case $step in
 install)
   rm -rf "$work"
@@ -41,8 +57,8 @@ install)
   links=$(find "$package" -type l)
   [ -z "$links" ] || fail "links in the package: $links"
   source_dir=$(cd "$here/../.." && pwd)
-  for dir in "$OSTRA_BUILD" "$source_dir"; do
-    ! grep -rIl "$dir" "$package" || fail "the files above name $dir"
+  for path in "$OSTRA_BUILD" "$source_dir"; do
+    ! grep -rIl "$path" "$package" || fail "the files above name $path"
   done
   for file in share/doc/OstraFoundation/LICENSE share/doc/OstraFoundation/CHANGELOG.md \
               include/ostra-boost/LICENSE_1_0.txt include/ostra-boost/boost/function.hpp; do
@@ -60,14 +76,11 @@ install)
   ;;
 route)
   route=$2
-  dir=$work/$route
-  rm -rf "$dir"
-  mkdir -p "$dir"
   # Another machine: the moved tree copied again, and a Boost of the host's
   # own outside it (the package's copy moved out), so only the route under
   # test can supply the headers.
   cp -al "$package" "$dir/prefix"
-  set -- -DCMAKE_PREFIX_PATH="$dir/prefix" -DEXPECT_BOOST_ROUTE="$route"
+  set -- -DEXPECT_BOOST_ROUTE="$route"
   if [ "$route" != bundled ]; then
     mv "$dir/prefix/include/ostra-boost" "$dir/boost"
   fi
@@ -80,14 +93,9 @@ route)
   bundled) ;;
   *) fail "no route $route" ;;
   esac
-  configure "$dir/build" "$@" >"$dir/configure.log" || { cat "$dir/configure.log"; exit 1; }
-  cmake --build "$dir/build" >/dev/null
-  run_host "$dir/prefix" "$dir/build/ConsumerHost.exe"
+  build_and_run "$dir/prefix" "$@"
   ;;
 readme)
-  dir=$work/readme
-  rm -rf "$dir"
-  mkdir -p "$dir"
   # The first C++ block under the heading, exactly as a reader copies it.
   awk '/^## Using it from a host/ { under = 1; next }
        /^## / { under = 0 }
@@ -95,14 +103,9 @@ readme)
        inside && /^```/ { exit }
        inside { print }' "$here/../../README.md" >"$dir/host.cpp"
   [ -s "$dir/host.cpp" ] || fail "README.md has no C++ block under \"Using it from a host\""
-  configure "$dir/build" -DCMAKE_PREFIX_PATH="$package" -DHOST_SOURCE="$dir/host.cpp" >/dev/null
-  cmake --build "$dir/build" >/dev/null
-  run_host "$package" "$dir/build/ConsumerHost.exe"
+  build_and_run "$package" -DHOST_SOURCE="$dir/host.cpp"
   ;;
 pkgconfig)
-  dir=$work/pkgconfig
-  rm -rf "$dir"
-  mkdir -p "$dir"
   cp -al "$package" "$dir/prefix"
   flags=$(PKG_CONFIG_LIBDIR="$dir/prefix/lib/pkgconfig" PKG_CONFIG_PATH= pkg-config --cflags --libs OstraFoundation)
   # shellcheck disable=SC2086
@@ -110,9 +113,6 @@ pkgconfig)
   run_host "$dir/prefix" "$dir/ConsumerHost.exe"
   ;;
 refuse)
-  dir=$work/refuse
-  rm -rf "$dir"
-  mkdir -p "$dir"
   printf '#!/bin/sh\necho "Thread model: win32" >&2\n' >"$dir/g++-win32"
   chmod +x "$dir/g++-win32"
   # Rows: what the host pretends (compiler id, version, compiler), the
