@@ -23,22 +23,18 @@ endif()
 
 # Boost is header-only. The cross compiler must never see /usr/include as a
 # whole, so it gets a folder that holds only a link to the boost headers.
-set(OSTRA_BOOST_ROOT "/usr/include/boost" CACHE PATH "Boost header folder")
-if(NOT EXISTS "${OSTRA_BOOST_ROOT}/shared_ptr.hpp")
+include(${CMAKE_CURRENT_LIST_DIR}/OstraFoundationBoost.cmake)
+set(OSTRA_BOOST_ROOT "/usr/include/boost" CACHE PATH
+    "Boost headers: the boost folder (holding shared_ptr.hpp) or a folder holding boost/")
+ostra_boost_include_dir("${OSTRA_BOOST_ROOT}" ${CMAKE_BINARY_DIR}/boost-include OSTRA_BOOST_INCLUDE)
+if(NOT OSTRA_BOOST_INCLUDE)
   message(FATAL_ERROR "Boost headers not found at ${OSTRA_BOOST_ROOT}")
 endif()
-set(OSTRA_BOOST_INCLUDE ${CMAKE_BINARY_DIR}/boost-include)
-file(MAKE_DIRECTORY ${OSTRA_BOOST_INCLUDE})
-if(NOT EXISTS ${OSTRA_BOOST_INCLUDE}/boost)
-  file(CREATE_LINK ${OSTRA_BOOST_ROOT} ${OSTRA_BOOST_INCLUDE}/boost SYMBOLIC)
-endif()
-# strata's headers use boost::shared_ptr, so consumers need the headers too:
-# the installed package carries the same kind of folder (OstraPackage.cmake).
-set(OSTRA_BOOST_INSTALL_INCLUDE ${CMAKE_INSTALL_INCLUDEDIR}/ostra-boost)
+# Exported as Ostra::boost_headers without a folder: the package config
+# decides where a host's Boost comes from.
 add_library(ostra_boost INTERFACE)
+set_target_properties(ostra_boost PROPERTIES EXPORT_NAME boost_headers)
 target_include_directories(ostra_boost SYSTEM INTERFACE $<BUILD_INTERFACE:${OSTRA_BOOST_INCLUDE}>)
-# Imported targets' folders are system folders for their consumers anyway.
-target_include_directories(ostra_boost INTERFACE $<INSTALL_INTERFACE:${OSTRA_BOOST_INSTALL_INCLUDE}>)
 
 # The MinGW C++ runtime is shared (one heap and one set of exception types
 # for the host and every DLL); it travels beside our DLLs.
