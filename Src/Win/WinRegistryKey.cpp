@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cstring>
 #include <cwchar>
 #include <utility>
 
@@ -8,6 +9,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "Ostra/RegistryKey.h"
+#include "RegistryKeyPrivate.h"
 #include "strata/Impl.h"
 #include "strata/Threads.h"
 
@@ -285,18 +287,14 @@ Result RegistryKey::GetStringValue(const UTF16String& inName, UTF16String& outVa
     outValue.clear();
     return kSuccess;
   }
+  // An odd size of three bytes or more does not fit the even buffer: the
+  // query fails, as decoding would.
   std::vector<wchar_t> buffer(count, L'\0');
   bytes = count * 2;
   if (mImpl->Query(inName, &type, buffer.data(), &bytes) != ERROR_SUCCESS ||
       (type != REG_SZ && type != REG_EXPAND_SZ))
     return eOperationFailed;
-  if (bytes == 0) {
-    buffer[0] = L'\0';
-  } else if ((bytes & 1) != 0 || buffer[bytes / 2 - 1] != L'\0') {
-    return eOperationFailed;  // not a terminated string: written by someone else
-  }
-  outValue.assign(buffer.data());
-  return kSuccess;
+  return Internal::DecodeStringValue(buffer.data(), bytes, outValue) ? kSuccess : eOperationFailed;
 }
 
 Result RegistryKey::GetStringValue(const UTF16String& inName, std::string& outValue) const {
@@ -423,6 +421,25 @@ bool RegistryKey::IsRegistryKeyReadOnly(const UTF16String& inName) const {
 void RegistryKey::SyncAppPrefs() {}
 
 bool ShouldFlushEveryChangeImmediately() { return true; }
+
+namespace Internal {
+
+bool DecodeStringValue(const void* inData, std::size_t inByteCount, UTF16String& outText) {
+  if (inByteCount < 2) {
+    outText.clear();
+    return true;
+  }
+  if ((inByteCount & 1) != 0) return false;
+  const std::size_t count = inByteCount / 2;
+  // Unit by unit: the bytes need not be aligned for wchar_t.
+  std::vector<wchar_t> units(count);
+  std::memcpy(units.data(), inData, inByteCount);
+  if (units[count - 1] != L'\0') return false;
+  outText.assign(units.data());
+  return true;
+}
+
+}  // namespace Internal
 
 ScDelayFlushingChangesToOS::ScDelayFlushingChangesToOS() : mDelaying(false) {}
 
