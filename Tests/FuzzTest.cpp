@@ -2,9 +2,8 @@
 // must hold for every input (split and join agree, normalising twice
 // changes nothing, text round-trips) over kFuzzInputs generated inputs. A
 // failure stops its test and names the seed and input to replay.
-#include <windows.h>
-
 #include <gtest/gtest.h>
+#include <windows.h>
 
 #include <cstdint>
 #include <string>
@@ -40,28 +39,31 @@ std::string Show(const UTF16String& inText) {
 }
 
 // Ends the test at the first broken rule, naming the input.
-#define FUZZ_EXPECT(condition, fuzz, index, input)                                           \
-  do {                                                                                       \
-    if (!(condition)) {                                                                      \
+#define FUZZ_EXPECT(condition, fuzz, index, input)                                          \
+  do {                                                                                      \
+    if (!(condition)) {                                                                     \
       ADD_FAILURE() << #condition << "\n  " << (fuzz).Where(index) << ": \"" << Show(input) \
-                    << "\"";                                                                 \
-      return;                                                                                \
-    }                                                                                        \
+                    << "\"";                                                                \
+      return;                                                                               \
+    }                                                                                       \
   } while (0)
 
 // Path text: separators of both kinds, drives, dots, the long-path and UNC
 // prefixes' characters, blanks, illegal characters, non-ASCII units (a lone
 // surrogate included) and, rarely, NUL.
-const UTF16String kPathAlphabet(L"aAbZ.\\\\\\//::??* \x00E9\xD800" L"C");
+const UTF16String kPathAlphabet(
+    L"aAbZ.\\\\\\//::??* \x00E9\xD800"
+    L"C");
 
 UTF16String PathText(Fuzzer& ioFuzz, std::uint32_t inMaxLength) {
   UTF16String text;
   // Common beginnings, so that the prefixed forms are met often.
-  static const wchar_t* const kStarts[] = {L"", L"C:\\", L"\\\\?\\", L"\\\\?\\UNC\\", L"\\\\",
-                                           L"c:", L"\\\\?\\D:"};
+  static const wchar_t* const kStarts[] = {L"",     L"C:\\", L"\\\\?\\",  L"\\\\?\\UNC\\",
+                                           L"\\\\", L"c:",   L"\\\\?\\D:"};
   text = kStarts[ioFuzz.Below(7)];
   text += ioFuzz.Text(kPathAlphabet, inMaxLength);
-  if (ioFuzz.OneIn(50)) text.insert(ioFuzz.Below(static_cast<std::uint32_t>(text.size()) + 1), 1, L'\0');
+  if (ioFuzz.OneIn(50))
+    text.insert(ioFuzz.Below(static_cast<std::uint32_t>(text.size()) + 1), 1, L'\0');
   return text;
 }
 
@@ -111,8 +113,9 @@ TEST(Fuzz, NormalFormIsStableAndStripsBack) {
     const UTF16String normal = PathUtils::ToNormalizedPath(path);
     FUZZ_EXPECT(PathUtils::ToNormalizedPath(normal) == normal, fuzz, i, path);
     FUZZ_EXPECT(normal == path || PathUtils::IsNormalizedPath(normal), fuzz, i, path);
-    FUZZ_EXPECT(PathUtils::IsWinAPIAcceptablePath(normal) == PathUtils::IsWinAPIAcceptablePath(path),
-                fuzz, i, path);
+    FUZZ_EXPECT(
+        PathUtils::IsWinAPIAcceptablePath(normal) == PathUtils::IsWinAPIAcceptablePath(path), fuzz,
+        i, path);
     // Only prefixes are added: the caller's text is the normal form's tail.
     FUZZ_EXPECT(normal.size() >= path.size(), fuzz, i, path);
     const bool drivePath = path.size() >= 3 && PathUtils::IsWinDriveLetter(path[0]) &&
@@ -151,7 +154,8 @@ TEST(Fuzz, RelativePathsAgreeWithTheShell) {
     // Long and odd paths never fail to answer safely.
     if (fuzz.OneIn(100)) {
       UTF16String deep = L"C:\\";
-      for (std::uint32_t n = 100 + fuzz.Below(200); n > 0; --n) deep += components[fuzz.Below(8)] + L"\\";
+      for (std::uint32_t n = 100 + fuzz.Below(200); n > 0; --n)
+        deep += components[fuzz.Below(8)] + L"\\";
       PathUtils::ArePathsRelative(deep, PathText(fuzz, 300), shell);
       PathUtils::ArePathsRelative(PathText(fuzz, 300), deep, shell);
     }
@@ -166,13 +170,18 @@ TEST(Fuzz, TimecodeTextRoundTripsAndAnyTextParses) {
     T::Type format;
     FrameRate rate;
   } formats[] = {
-      {T::kTimecode24, kFrameRate_Film24},       {T::kTimecode25, kFrameRate_VideoPAL},
-      {T::kTimecodeNTSCDrop, kFrameRate_VideoNTSC}, {T::kTimecodeNTSCNonDrop, kFrameRate_VideoNTSC},
-      {T::kTimecode30, kFrameRate_Video30},      {T::kTimecode50, kFrameRate_Video50},
+      {T::kTimecode24, kFrameRate_Film24},
+      {T::kTimecode25, kFrameRate_VideoPAL},
+      {T::kTimecodeNTSCDrop, kFrameRate_VideoNTSC},
+      {T::kTimecodeNTSCNonDrop, kFrameRate_VideoNTSC},
+      {T::kTimecode30, kFrameRate_Video30},
+      {T::kTimecode50, kFrameRate_Video50},
       {T::kTimecodeNTSC60Drop, kFrameRate_VideoNTSC60},
       {T::kTimecodeNTSC60NonDrop, kFrameRate_VideoNTSC60},
-      {T::kTimecode60, kFrameRate_Video60},      {T::kFrameCount, kFrameRate_VideoPAL},
-      {T::kTimecodeFilmNTSC, kFrameRate_FilmNTSC}, {T::kFeetFrames40, kFrameRate_Film24},
+      {T::kTimecode60, kFrameRate_Video60},
+      {T::kFrameCount, kFrameRate_VideoPAL},
+      {T::kTimecodeFilmNTSC, kFrameRate_FilmNTSC},
+      {T::kFeetFrames40, kFrameRate_Film24},
       {T::kFeetFrames16, kFrameRate_Film24},
   };
   const UTF16String kTimecodeAlphabet(L"0123456789:;.+- \t9");
@@ -184,7 +193,8 @@ TEST(Fuzz, TimecodeTextRoundTripsAndAnyTextParses) {
     // Frames within about 100 hours either side of zero, and some at the
     // drop-frame minute edges.
     std::int64_t frame = static_cast<std::int64_t>(fuzz.Below(22000000)) - 11000000;
-    if (fuzz.OneIn(4)) frame = 1800 * static_cast<std::int64_t>(fuzz.Below(3000)) + fuzz.Below(5) - 2;
+    if (fuzz.OneIn(4))
+      frame = 1800 * static_cast<std::int64_t>(fuzz.Below(3000)) + fuzz.Below(5) - 2;
     const TickTime time = FramesToTime(frame, format.rate);
     const Ostra::Timecode timecode(time, format.rate, format.format, style);
     const UTF16String text = timecode.GetString();
@@ -205,7 +215,8 @@ TEST(Fuzz, DirectoryExpansionResolvesEveryKindOfReference) {
   const int kNames = 32;
   const UTF16String kNameAlphabet(L"ab$( .\\");  // anything but ')'
   std::vector<UTF16String> names, expanded(kNames);
-  for (int n = 0; n < kNames; ++n) names.push_back(L"fz" + std::to_wstring(n) + fuzz.Text(kNameAlphabet, 4));
+  for (int n = 0; n < kNames; ++n)
+    names.push_back(L"fz" + std::to_wstring(n) + fuzz.Text(kNameAlphabet, 4));
   const UTF16String kPlainAlphabet(L"abC:\\/. )");
   for (int i = 0; i < kFuzzInputs; ++i) {
     const int slot = i % kNames;
@@ -229,14 +240,16 @@ TEST(Fuzz, DirectoryExpansionResolvesEveryKindOfReference) {
           }
           break;
         case 2: {  // a name nobody registered, or none at all
-          const UTF16String unknown = fuzz.OneIn(3) ? UTF16String() : L"nx" + fuzz.Text(kNameAlphabet, 3);
+          const UTF16String unknown =
+              fuzz.OneIn(3) ? UTF16String() : L"nx" + fuzz.Text(kNameAlphabet, 3);
           stored += L"$" + between + L"(" + unknown + L")";
           expected += L"$" + between + L"(" + unknown + L")";
           break;
         }
         case 3:  // a reference left open, only at the end
           if (piece == 1) {
-            const UTF16String open = fuzz.OneIn(2) ? L"(" + fuzz.Text(kNameAlphabet, 3) : UTF16String();
+            const UTF16String open =
+                fuzz.OneIn(2) ? L"(" + fuzz.Text(kNameAlphabet, 3) : UTF16String();
             stored += L"$" + between + open;
             expected += L"$" + between + open;
           }
@@ -286,7 +299,8 @@ TEST(Fuzz, StoredStringValuesReadAsTheyDecode) {
   Ostra::RegistryKey key;
   ASSERT_TRUE(strata::ResultSucceeded(key.Create(Ostra::RegistryRootKeys::kUser, path)));
   HKEY raw = nullptr;
-  ASSERT_EQ(ERROR_SUCCESS, ::RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_ALL_ACCESS, &raw));
+  ASSERT_EQ(ERROR_SUCCESS,
+            ::RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_ALL_ACCESS, &raw));
   const std::uint8_t kBytes[] = {0, 0, 'a', 0xE9, 0xD8};
   for (int i = 0; i < 67 * 4; ++i) {
     std::vector<std::uint8_t> bytes(i % 67);

@@ -59,7 +59,8 @@ class Fuzzer {
   }
   static std::uint64_t Mix(std::uint64_t inSeed, const char* inFamily) {
     std::uint64_t hash = inSeed ^ 0xCBF29CE484222325ull;  // FNV-1a over the name
-    for (const char* c = inFamily; *c; ++c) hash = (hash ^ static_cast<unsigned char>(*c)) * 0x100000001B3ull;
+    for (const char* c = inFamily; *c; ++c)
+      hash = (hash ^ static_cast<unsigned char>(*c)) * 0x100000001B3ull;
     return hash;
   }
 

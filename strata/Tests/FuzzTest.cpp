@@ -35,12 +35,12 @@ std::string Hex(const std::string& inBytes) {
   return text;
 }
 
-#define FUZZ_EXPECT(condition, fuzz, index, input)                                          \
-  do {                                                                                      \
-    if (!(condition)) {                                                                     \
+#define FUZZ_EXPECT(condition, fuzz, index, input)                                        \
+  do {                                                                                    \
+    if (!(condition)) {                                                                   \
       ADD_FAILURE() << #condition << "\n  " << (fuzz).Where(index) << ": " << Hex(input); \
-      return;                                                                               \
-    }                                                                                       \
+      return;                                                                             \
+    }                                                                                     \
   } while (0)
 
 bool IsSurrogate(std::uint32_t inUnit) { return inUnit >= 0xD800 && inUnit <= 0xDFFF; }
@@ -48,13 +48,16 @@ bool IsSurrogate(std::uint32_t inUnit) { return inUnit >= 0xD800 && inUnit <= 0x
 // A code point from each encoded length, surrogates excluded.
 char32_t CodePoint(Fuzzer& ioFuzz) {
   switch (ioFuzz.Below(4)) {
-    case 0: return ioFuzz.Below(0x80);
-    case 1: return 0x80 + ioFuzz.Below(0x800 - 0x80);
+    case 0:
+      return ioFuzz.Below(0x80);
+    case 1:
+      return 0x80 + ioFuzz.Below(0x800 - 0x80);
     case 2: {
       const char32_t point = 0x800 + ioFuzz.Below(0x10000 - 0x800);
       return IsSurrogate(point) ? 0xFFFD : point;
     }
-    default: return 0x10000 + ioFuzz.Below(0x110000 - 0x10000);
+    default:
+      return 0x10000 + ioFuzz.Below(0x110000 - 0x10000);
   }
 }
 
