@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <cwctype>
 
 #include "Ostra/PathUtils.h"
 #include "PathUtilsPrivate.h"
@@ -287,6 +288,72 @@ UTF16String GetFullDirectoryPart(const UTF16String& inPath) {
   const PartBounds bounds = FindPartBounds(inPath);
   return inPath.substr(0, bounds.fileStart);
 }
+
+// ------------------------------------------------------- relative paths
+
+namespace {
+
+// "\\" followed by anything but '?': the shell's test for a UNC path.
+bool StartsLikeUnc(const wchar_t* inText) {
+  return inText[0] == L'\\' && inText[1] == L'\\' && inText[2] != L'?';
+}
+
+// Behind the next backslash (and a second one right behind it), or the
+// end: the shell's step to the next component.
+const wchar_t* NextComponent(const wchar_t* inText) {
+  const wchar_t* slash = std::wcschr(inText, L'\\');
+  if (!slash) return inText + std::wcslen(inText);
+  if (slash[1] == L'\\') ++slash;
+  return slash + 1;
+}
+
+// The length of the longest common prefix of whole components, letters
+// compared without case; 0 when nothing is shared. A prefix of 2 counts
+// as 3, as the shell has it (meant for the root of "C:\").
+std::size_t CommonPrefixLength(const wchar_t* inFirst, const wchar_t* inSecond) {
+  const bool unc = StartsLikeUnc(inFirst);
+  if (unc != StartsLikeUnc(inSecond)) return 0;
+  std::size_t length = 0;
+  for (std::size_t i = unc ? 2 : 0;; ++i) {
+    const wchar_t a = inFirst[i], b = inSecond[i];
+    if ((a == L'\0' || a == L'\\') && (b == L'\0' || b == L'\\')) length = i;
+    if (a == L'\0' || std::towupper(a) != std::towupper(b)) break;
+  }
+  return length == 2 ? 3 : length;
+}
+
+}  // namespace
+
+namespace Internal {
+
+bool RelativeDirectoryPath(const UTF16String& inFrom, const UTF16String& inTo,
+                           UTF16String& outRelative) {
+  const wchar_t* const from = inFrom.c_str();
+  const wchar_t* const to = inTo.c_str();
+  const std::size_t common = CommonPrefixLength(from, to);
+  if (common == 0) return false;
+  // The shell's 2-to-3 step may pass the end of a short string: there is
+  // nothing behind it then.
+  const std::size_t fromLength = std::wcslen(from), toLength = std::wcslen(to);
+  const wchar_t* rest = from + std::min(common, fromLength);
+  UTF16String relative;
+  if (*rest == L'\0') relative = L".";
+  if (*rest == L'\\') ++rest;
+  while (*rest != L'\0') {
+    rest = NextComponent(rest);
+    relative += *rest != L'\0' ? L"..\\" : L"..";
+  }
+  // The target's remainder, with the backslash in front of it.
+  const wchar_t* target = to + std::min(common, toLength);
+  if (*target != L'\0') {
+    if (*target != L'\\') --target;
+    relative += target;
+  }
+  outRelative.swap(relative);
+  return true;
+}
+
+}  // namespace Internal
 
 }  // namespace PathUtils
 }  // namespace Ostra

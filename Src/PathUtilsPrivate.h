@@ -31,5 +31,18 @@ inline bool StartsWithLongPathPrefix(const UTF16String& inPath) {
   return StartsWith(inPath, L"\\\\?\\", 4);
 }
 
+namespace Internal {
+
+// The shell's relative path from directory inFrom to directory inTo (both
+// without drive, as ArePathsRelative hands them over), for any length: the
+// longest common prefix of whole components, compared without case, then
+// "..\" for every component of inFrom behind it ("." for none) and the rest
+// of inTo. False, and outRelative untouched, when no component is shared.
+// Exported for the tests.
+OSTRA_API bool RelativeDirectoryPath(const UTF16String& inFrom, const UTF16String& inTo,
+                                     UTF16String& outRelative);
+
+}  // namespace Internal
+
 }  // namespace PathUtils
 }  // namespace Ostra

@@ -3,15 +3,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "HandleCount.h"
 #include "Ostra/Directory.h"
+#include "Ostra/Foundation.h"
 #include "Ostra/PathUtils.h"
 #include "Ostra/Result.h"
 #include "Support/TempDirectoryTest.h"
 #include "strata/Debug.h"
+#include "strata/FileSupport.h"
 
 namespace {
 
@@ -92,6 +96,57 @@ TEST_F(DirectoryTest, QueriesOfARemovedDirectoryThrowNoLongerValid) {
   EXPECT_THROW(copy.GetContainedFilePaths(L".txt", paths, true, kNoLimit, kNoCancel),
                Ostra::eDirectoryNoLongerValid);
   EXPECT_FALSE(copy.IsDirectoryWriteable());
+}
+
+// Hosts catch the library's errors as std::runtime_error, with the message
+// in UTF-8.
+TEST_F(DirectoryTest, EveryLibraryExceptionIsARuntimeErrorWithItsUtf8Message) {
+  const UTF16String gone = MakeDirectory(L"gone");
+  const Directory removed = Directory::ConstructDirectory(gone);
+  ASSERT_TRUE(::RemoveDirectoryW(gone.c_str()));
+  const Directory root = Root();
+  std::vector<UTF16String> paths;
+  const struct {
+    const char* name;
+    std::function<void()> raise;
+    const char* message;
+  } rows[] = {
+      {"ThrowError",
+       [] {
+         strata::config::ThrowError(strata::config::ErrorLevel::kError,
+                                    "$$$/Test/Runtime=Held by ^1", L"\u00e9t\u00e9 \u65e5");
+       },
+       "Held by \xC3\xA9t\xC3\xA9 \xE6\x97\xA5"},
+      {"input contract",
+       [&] { root.GetContainedFilePaths(L"", paths, false, kNoLimit, kNoCancel); },
+       "An input contract violation has occurred!"},
+      {"output contract", [] { STRATA_OUTPUT_CONTRACT(1 == 2); },
+       "An output contract violation has occurred!"},
+      {"empty interface",
+       [] { strata::classref::InterfaceRef<Ostra::IFileBufferFactory>()->CreateFileBuffer(); },
+       "An empty interface reference was used."},
+      {"bad core path",
+       [] { strata::filesupport::Dir(UTF16String(), strata::filesupport::StorageType::kFileSystem); },
+       "The path is not valid: "},
+      {"eNotADirectoryPath", [&] { Directory::ConstructDirectory(gone); },
+       "Directory object cannot construct with this path."},
+      {"eDirectoryNoLongerValid", [&] { removed.IsDirectoryEmpty(); },
+       "Directory no longer exists."},
+  };
+  strata::debug::SetDialogHook(
+      [](const strata::debug::DialogInfo&) { return strata::debug::DialogAction::kContinue; });
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    try {
+      row.raise();
+      ADD_FAILURE() << "nothing raised";
+    } catch (const std::runtime_error& e) {
+      EXPECT_STREQ(row.message, e.what());
+    } catch (...) {
+      ADD_FAILURE() << "not a std::runtime_error";
+    }
+  }
+  strata::debug::SetDialogHook({});
 }
 
 // -------------------------------------------------------------- listings

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "HandleCount.h"
 #include "Ostra/AsyncFileReader.h"
 #include "Ostra/Foundation.h"
 #include "Ostra/IdleTimer.h"
@@ -15,6 +16,7 @@
 #include "Win/AsyncFileReaderPrivate.h"
 #include "strata/Config.h"
 #include "strata/Executor.h"
+#include "strata/Messaging.h"
 
 namespace {
 
@@ -82,8 +84,6 @@ TEST_F(LifecycleTest, FullRestartsLeaveNoThreadOrRequestRecordBehind) {
   const std::wstring file = MakeFile(L"data.bin", std::string(kSize, 'x'));
   const int threadsBefore = OstraTest::CountThreadsOfThisProcess();
   ASSERT_GT(threadsBefore, 0);
-  DWORD handlesBefore = 0;
-  const bool countsHandles = ::GetProcessHandleCount(::GetCurrentProcess(), &handlesBefore) != 0;
   for (int start = 0; start < 3; ++start) {
     SCOPED_TRACE(start);
     Ostra::Foundation::Initialize();
@@ -104,11 +104,49 @@ TEST_F(LifecycleTest, FullRestartsLeaveNoThreadOrRequestRecordBehind) {
     Ostra::Foundation::Terminate();
     EXPECT_EQ(threadsBefore, OstraTest::CountThreadsOfThisProcess()) << "a thread outlived Terminate";
     EXPECT_EQ(0u, Ostra::Internal::CountAsyncReadRequestsInUse());
-    DWORD handlesAfter = 0;
-    if (countsHandles && ::GetProcessHandleCount(::GetCurrentProcess(), &handlesAfter)) {
-      EXPECT_EQ(handlesBefore, handlesAfter) << "a handle outlived Terminate";
-    }
   }
+}
+
+// The process's first cycle, with everything that makes threads and
+// handles: the reader's threads and port, the CPU pool and its views, a
+// reader, an idle timer. The thread library makes process-wide objects on
+// first use that are never freed, so the count must start before any
+// library thread ever ran: Tests/CMakeLists.txt runs this test alone too.
+TEST_F(LifecycleTest, AFirstFullCycleReleasesEveryHandleItMade) {
+  if (!OstraTest::HandleCountsAreReported())
+    GTEST_SKIP() << "the system reports no handle counts";
+  const int kSize = 64 * 1024;
+  const std::wstring file = MakeFile(L"data.bin", std::string(kSize, 'x'));
+  void* memory = ::VirtualAlloc(nullptr, kSize, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
+  ASSERT_TRUE(memory != nullptr);
+  const long before = OstraTest::ProcessHandleCount();
+  Ostra::Foundation::Initialize();
+  {
+    AsyncFileReader reader;
+    ASSERT_EQ(Ostra::kSuccess, AsyncFileReader::Open(file, reader));
+    int done = 0;
+    const std::uint32_t sector = reader.GetDiskSectorSize();
+    for (std::uint32_t offset = 0; offset < kSize; offset += sector)
+      reader.QueueReadRequest(offset, sector, static_cast<char*>(memory) + offset, &CountCallback,
+                              &done, nullptr, nullptr);
+    reader.Close();
+    EXPECT_EQ(int(kSize / sector), done);
+
+    strata::threads::ExecutorRef serial =
+        strata::threads::CreateSubExecutor(strata::threads::CreateCPUBoundExecutor(), 1);
+    int ran = 0;
+    for (int i = 0; i < 8; ++i) serial->Post([&ran] { ++ran; });
+    serial->WaitForAll();
+    EXPECT_EQ(8, ran);
+
+    Ostra::IdleCountdownTimer timer;
+    timer.SetDuration(0);
+    timer.ArmTimer();
+    strata::messaging::BroadcastMessage(Ostra::kStation_Idle, Ostra::ApplicationIdleMessage());
+  }
+  Ostra::Foundation::Terminate();
+  EXPECT_EQ(before, OstraTest::ProcessHandleCount()) << "a handle outlived Terminate";
+  ::VirtualFree(memory, 0, MEM_RELEASE);
 }
 
 }  // namespace

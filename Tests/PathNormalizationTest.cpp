@@ -111,7 +111,11 @@ TEST(CombinePaths, JoinsThroughTheShellOnlyOnAnAcceptableBase) {
       {L"rel", L"x", L""},
       {L"rel", LR"(C:\x)", L""},
       {L"", L"x", L""},
-      {LR"(C:\a)", UTF16String(300, L'x'), L""},  // longer than the shell's buffer
+      // The result's limit is the shell's 260 characters, terminator included.
+      {LR"(C:\a)", UTF16String(300, L'x'), L""},
+      {LR"(C:\a)", UTF16String(254, L'x'), LR"(C:\a\)" + UTF16String(254, L'x')},
+      {LR"(C:\a)", UTF16String(255, L'x'), L""},
+      {LR"(C:\)" + UTF16String(300, L'b') + LR"(\..)", L"x", L""},  // a long base
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(Show(row.base) + " + " + Show(row.more));
@@ -119,31 +123,53 @@ TEST(CombinePaths, JoinsThroughTheShellOnlyOnAnAcceptableBase) {
   }
 }
 
+// A folder inLevels deep below C:, every level named "a".
+UTF16String DeepFolder(int inLevels) {
+  UTF16String path = L"C:\\";
+  for (int i = 0; i < inLevels; ++i) path += L"a\\";
+  return path;
+}
+
+// "..\" inSteps times, then the target's rest.
+UTF16String Climb(int inSteps, const UTF16String& inRest) {
+  UTF16String path;
+  for (int i = 0; i < inSteps; ++i) path += L"..\\";
+  return path + inRest;
+}
+
 TEST(ArePathsRelative, RelatesTheDirectoriesBelowTheDrive) {
   const struct {
     UTF16String from, to;
     bool related;
-    UTF16String expectedStart;  // the relative path begins so
+    UTF16String expected;
   } rows[] = {
-      {LR"(C:\a\b\file.txt)", LR"(C:\a\c\)", true, LR"(..\c)"},
-      {LR"(C:/a/b/file.txt)", LR"(C:/a/c/)", true, LR"(..\c)"},  // slashes are turned first
+      {LR"(C:\a\b\file.txt)", LR"(C:\a\c\)", true, LR"(..\c\)"},
+      {LR"(C:/a/b/file.txt)", LR"(C:/a/c/)", true, LR"(..\c\)"},  // slashes are turned first
       // The drive is dropped before comparing: different drives still relate.
-      {LR"(C:\a\x\f)", LR"(D:\a\y\g)", true, LR"(..\y)"},
+      {LR"(C:\a\x\f)", LR"(D:\a\y\g)", true, LR"(..\y\)"},
       // UNC paths count as being on drive C: and compare by their components.
-      {LR"(\\srv\share\x\f)", LR"(\\srv\share\y\)", true, LR"(..\y)"},
+      {LR"(\\srv\share\x\f)", LR"(\\srv\share\y\)", true, LR"(..\y\)"},
+      {LR"(C:\A\B\)", LR"(c:\a\b\d\)", true, LR"(\d\)"},  // case-blind; the shell's form
+      {LR"(C:\a\f)", LR"(C:\a\g)", true, L"."},  // the same folder
       {LR"(C:\a\x\f)", LR"(C:\b\y\g)", false, L""},  // no first component in common
       {LR"(rel\a\f)", LR"(C:\rel\a\)", false, L""},
       {LR"(C:\a\f)", L"", false, L""},
       {LR"(C:\)" + UTF16String(300, L'a') + L"\\", LR"(C:\a\)", false, L""},
+      // Deep folders: the answer is longer than the shell's 260 characters,
+      // and past 130 levels so is the source. A relative path has no length
+      // limit of its own (normal paths lift the system's), so the exact path
+      // comes back rather than a refusal.
+      {DeepFolder(60), LR"(C:\a\x\)", true, Climb(59, LR"(x\)")},
+      {DeepFolder(120), LR"(C:\a\x\)", true, Climb(119, LR"(x\)")},
+      {DeepFolder(400), LR"(C:\a\x\)", true, Climb(399, LR"(x\)")},
+      {LR"(C:\a\x\)", DeepFolder(400) + L"f", true, L".." + DeepFolder(399).substr(2)},
+      {DeepFolder(400), DeepFolder(400), true, L"."},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(Show(row.from) + " -> " + Show(row.to));
     UTF16String relative = L"untouched";
     EXPECT_EQ(row.related, PathUtils::ArePathsRelative(row.from, row.to, relative));
-    if (row.related)
-      EXPECT_EQ(row.expectedStart, relative.substr(0, row.expectedStart.size())) << Show(relative);
-    else
-      EXPECT_EQ(L"untouched", relative);
+    EXPECT_EQ(row.related ? row.expected : L"untouched", relative);
   }
 }
 

@@ -271,6 +271,12 @@ TEST_F(RegistryKeyTest, DeletingRemovesValuesAndWholeTrees) {
   for (const wchar_t* path : {L"Tree\\Level1\\Level2\\Level3", L"Tree\\Level1\\Sibling",
                               L"Tree\\Other", L"Keep\\Inner\\Leaf"})
     RawCreateKey(Sub(path));
+  // Children at the length limit (and past it where the registry allows).
+  RawCreateKey(Sub(L"Tree\\" + UTF16String(255, L'L') + L"\\Leaf"));
+  HKEY longer = nullptr;
+  if (::RegCreateKeyExW(HKEY_CURRENT_USER, Sub(L"Tree\\" + UTF16String(300, L'M')).c_str(), 0,
+                        nullptr, 0, KEY_ALL_ACCESS, nullptr, &longer, nullptr) == ERROR_SUCCESS)
+    ::RegCloseKey(longer);
   RawSet(L"v", REG_SZ, L"x", 4);
   RegistryKey key;
   ASSERT_EQ(Ostra::kSuccess, key.Open(kUser, mPath, RegistryKeyAccess::kAll));
@@ -290,23 +296,34 @@ TEST_F(RegistryKeyTest, DeletingRemovesValuesAndWholeTrees) {
 }
 
 TEST_F(RegistryKeyTest, EnumeratedKeysAreOpenOnTheirOwnKeyAndReportTheirLeafNames) {
-  for (const wchar_t* name : {L"Alpha", L"Beta", L"Gamma"})
-    RawCreateKey(Sub(UTF16String(name) + L"\\Grandchild"));  // only children are listed
+  // Windows ends key names at 255 characters and refuses longer ones; Wine
+  // takes them. Either way every name the registry holds comes back whole.
+  const UTF16String longest(255, L'L'), longer(300, L'M');
+  std::vector<UTF16String> expected{L"Alpha", L"Beta", longest};
+  for (const UTF16String& name : expected)
+    RawCreateKey(Sub(name + L"\\Grandchild"));  // only children are listed
+  HKEY created = nullptr;
+  if (::RegCreateKeyExW(HKEY_CURRENT_USER, Sub(longer + L"\\Grandchild").c_str(), 0, nullptr, 0,
+                        KEY_ALL_ACCESS, nullptr, &created, nullptr) == ERROR_SUCCESS) {
+    ::RegCloseKey(created);
+    expected.push_back(longer);
+  }
   RegistryKey key;
   ASSERT_EQ(Ostra::kSuccess, key.Open(kUser, mPath, RegistryKeyAccess::kAll));
   std::vector<RegistryKey> keys(1);  // appended to, not replaced
   key.EnumerateSubKeys(keys);
-  ASSERT_EQ(4u, keys.size());
+  ASSERT_EQ(expected.size() + 1, keys.size());
   std::vector<UTF16String> names;
   for (std::size_t i = 1; i < keys.size(); ++i) {
     const UTF16String name = keys[i].GetParentKeyPath();
     names.push_back(name);
     EXPECT_EQ(name, keys[i].GetParentKeyPathLastPart()) << "the whole stored path";
-    EXPECT_EQ(Ostra::kSuccess, keys[i].SetStringValue(L"name", name));
-    EXPECT_EQ(name, RawString(Sub(name), L"name"));
+    // Open on the key of that name.
+    EXPECT_EQ(Ostra::kSuccess, keys[i].SetStringValue(L"seen", name.substr(0, 8)));
+    EXPECT_EQ(name.substr(0, 8), RawString(Sub(name), L"seen"));
   }
   std::sort(names.begin(), names.end());
-  EXPECT_EQ((std::vector<UTF16String>{L"Alpha", L"Beta", L"Gamma"}), names);
+  EXPECT_EQ(expected, names);
 }
 
 TEST_F(RegistryKeyTest, CopiesShareTheHandleWhileSwapKeepsRootAndAccess) {

@@ -8,6 +8,7 @@
 #include <cwchar>
 #include <ios>
 #include <ostream>
+#include <vector>
 
 #include "DiskUtilsPrivate.h"
 #include "Ostra/DiskUtils.h"
@@ -68,6 +69,19 @@ bool IsLongDirectoryEmpty(const UTF16String& inNormalizedPath) {
     if (!IsDotOrDotDot(entry.cFileName)) return false;
   } while (::FindNextFileW(find.Get(), &entry));
   return true;
+}
+
+// Whether PathRelativePathToW answers for inFrom and inTo within its
+// MAX_PATH buffers. It copies both inputs into such buffers (cutting them
+// short), and writes its "..\" steps into the output before it checks any
+// length, so the longest answer the inputs allow must fit: three
+// characters for every component of inFrom, then inTo. Below three
+// characters its prefix rule reads past the end of the inputs.
+bool ShellCanRelate(const wchar_t* inFrom, const wchar_t* inTo) {
+  const std::size_t fromLength = std::wcslen(inFrom), toLength = std::wcslen(inTo);
+  const std::size_t fromComponents = std::count(inFrom, inFrom + fromLength, L'\\') + 1;
+  return fromLength >= 3 && toLength >= 3 && fromLength < kShellMaxPath &&
+         toLength < kShellMaxPath && 3 * fromComponents + toLength < kShellMaxPath;
 }
 
 // ------------------------------------------------------------ display names
@@ -219,9 +233,15 @@ UTF16String LeafDisplayStep(UTF16String& ioPath) {
 
 UTF16String CombinePaths(const UTF16String& inBase, const UTF16String& inMore) {
   if (!IsWinAPIAcceptablePath(inBase)) return UTF16String();
-  wchar_t combined[kShellMaxPath] = {};
-  if (!::PathCombineW(combined, inBase.c_str(), inMore.c_str())) return UTF16String();
-  return combined;
+  // The shell writes at most MAX_PATH characters and fails for a longer
+  // result. The buffer holds the longest join the inputs allow all the
+  // same ('.' and '..' only shorten it; separators may be added), so that
+  // no version of the shell can write past it.
+  std::vector<wchar_t> combined(std::max(kShellMaxPath, inBase.size() + inMore.size() + 3), L'\0');
+  if (!::PathCombineW(combined.data(), inBase.c_str(), inMore.c_str())) return UTF16String();
+  const std::size_t length = std::wcslen(combined.data());
+  if (length >= kShellMaxPath) return UTF16String();
+  return UTF16String(combined.data(), length);
 }
 
 bool ArePathsRelative(const UTF16String& inFromPath, const UTF16String& inToPath,
@@ -238,9 +258,7 @@ bool ArePathsRelative(const UTF16String& inFromPath, const UTF16String& inToPath
   const wchar_t* const from = ::PathFindNextComponentW(directories[0].c_str());
   const wchar_t* const to = ::PathFindNextComponentW(directories[1].c_str());
   if (!from || !to) return false;
-  // The shell copies both into MAX_PATH buffers and would answer for the
-  // truncated paths.
-  if (std::wcslen(from) >= kShellMaxPath || std::wcslen(to) >= kShellMaxPath) return false;
+  if (!ShellCanRelate(from, to)) return Internal::RelativeDirectoryPath(from, to, outRelative);
   wchar_t relative[kShellMaxPath] = {};
   if (!::PathRelativePathToW(relative, from, FILE_ATTRIBUTE_DIRECTORY, to,
                              FILE_ATTRIBUTE_DIRECTORY))

@@ -1,13 +1,16 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cstring>
 #include <cwchar>
 #include <utility>
+#include <vector>
 
 #include <boost/make_shared.hpp>
 #include <boost/shared_ptr.hpp>
 
 #include "Ostra/RegistryKey.h"
+#include "RegistryKeyPrivate.h"
 #include "strata/Impl.h"
 #include "strata/Threads.h"
 
@@ -21,6 +24,25 @@ namespace Win {
 namespace {
 
 typedef LONG(WINAPI* DeleteKeyExProc)(HKEY, LPCWSTR, REGSAM, DWORD);
+
+// The name of sub-key inIndex, in a buffer that grows while the system
+// answers that it is too small: Windows ends key names at 255 characters,
+// Wine does not. Returns the Windows error of the last call.
+LONG EnumerateSubKeyName(HKEY inKey, DWORD inIndex, UTF16String& outName) {
+  const std::size_t kLongestRegistryPath = 32768;
+  std::vector<wchar_t> name(256);
+  for (;;) {
+    DWORD length = static_cast<DWORD>(name.size());
+    const LONG error =
+        ::RegEnumKeyExW(inKey, inIndex, name.data(), &length, nullptr, nullptr, nullptr, nullptr);
+    if (error == ERROR_MORE_DATA && name.size() < kLongestRegistryPath) {
+      name.resize(name.size() * 2);
+      continue;
+    }
+    if (error == ERROR_SUCCESS) outName.assign(name.data(), length);
+    return error;
+  }
+}
 
 // RegDeleteKeyExW is looked up once per process, found or not. Two threads
 // racing here only repeat the same lookup.
@@ -82,13 +104,9 @@ class CRegKey {
     LONG error = sub.Open(mKey, inName, mWow64Bits | KEY_READ | KEY_WRITE);
     if (error != ERROR_SUCCESS) return error;
     // Always index 0: each deletion moves the next sub-key to the front.
-    wchar_t childName[256];
-    for (;;) {
-      DWORD length = 256;
-      if (::RegEnumKeyExW(sub.mKey, 0, childName, &length, nullptr, nullptr, nullptr, nullptr) !=
-          ERROR_SUCCESS)
-        break;
-      error = sub.RecurseDeleteKey(childName);
+    UTF16String childName;
+    while (EnumerateSubKeyName(sub.mKey, 0, childName) == ERROR_SUCCESS) {
+      error = sub.RecurseDeleteKey(childName.c_str());
       if (error != ERROR_SUCCESS) return error;
     }
     sub.Close();
@@ -285,18 +303,14 @@ Result RegistryKey::GetStringValue(const UTF16String& inName, UTF16String& outVa
     outValue.clear();
     return kSuccess;
   }
+  // An odd size of three bytes or more does not fit the even buffer: the
+  // query fails, as decoding would.
   std::vector<wchar_t> buffer(count, L'\0');
   bytes = count * 2;
   if (mImpl->Query(inName, &type, buffer.data(), &bytes) != ERROR_SUCCESS ||
       (type != REG_SZ && type != REG_EXPAND_SZ))
     return eOperationFailed;
-  if (bytes == 0) {
-    buffer[0] = L'\0';
-  } else if ((bytes & 1) != 0 || buffer[bytes / 2 - 1] != L'\0') {
-    return eOperationFailed;  // not a terminated string: written by someone else
-  }
-  outValue.assign(buffer.data());
-  return kSuccess;
+  return Internal::DecodeStringValue(buffer.data(), bytes, outValue) ? kSuccess : eOperationFailed;
 }
 
 Result RegistryKey::GetStringValue(const UTF16String& inName, std::string& outValue) const {
@@ -377,21 +391,18 @@ Result RegistryKey::DeleteSubKey(const UTF16String& inName) {
 }
 
 void RegistryKey::EnumerateSubKeys(std::vector<RegistryKey>& ioKeys) {
-  wchar_t name[256];
-  for (DWORD index = 0;; ++index) {
-    DWORD length = 256;
-    if (::RegEnumKeyExW(mImpl->Handle(), index, name, &length, nullptr, nullptr, nullptr,
-                        nullptr) != ERROR_SUCCESS)
-      break;
+  UTF16String name;
+  for (DWORD index = 0; Win::EnumerateSubKeyName(mImpl->Handle(), index, name) == ERROR_SUCCESS;
+       ++index) {
     RegistryKey subKey;
     subKey.mImpl->mPath = name;
     subKey.mImpl->mRoot = mImpl->mRoot;
     subKey.mImpl->mAccess = mImpl->mAccess;
-    if (subKey.mImpl->mKey->Open(mImpl->Handle(), name, mImpl->mAccess) != ERROR_SUCCESS) {
+    if (subKey.mImpl->mKey->Open(mImpl->Handle(), name.c_str(), mImpl->mAccess) != ERROR_SUCCESS) {
       // The access this key was opened with may not be grantable to the
       // child; creating opens an existing key with full access instead.
       subKey.mImpl->mAccess = KEY_ALL_ACCESS;
-      subKey.mImpl->mKey->Create(mImpl->Handle(), name, KEY_ALL_ACCESS);
+      subKey.mImpl->mKey->Create(mImpl->Handle(), name.c_str(), KEY_ALL_ACCESS);
     }
     ioKeys.push_back(subKey);
   }
@@ -423,6 +434,25 @@ bool RegistryKey::IsRegistryKeyReadOnly(const UTF16String& inName) const {
 void RegistryKey::SyncAppPrefs() {}
 
 bool ShouldFlushEveryChangeImmediately() { return true; }
+
+namespace Internal {
+
+bool DecodeStringValue(const void* inData, std::size_t inByteCount, UTF16String& outText) {
+  if (inByteCount < 2) {
+    outText.clear();
+    return true;
+  }
+  if ((inByteCount & 1) != 0) return false;
+  const std::size_t count = inByteCount / 2;
+  // Unit by unit: the bytes need not be aligned for wchar_t.
+  std::vector<wchar_t> units(count);
+  std::memcpy(units.data(), inData, inByteCount);
+  if (units[count - 1] != L'\0') return false;
+  outText.assign(units.data());
+  return true;
+}
+
+}  // namespace Internal
 
 ScDelayFlushingChangesToOS::ScDelayFlushingChangesToOS() : mDelaying(false) {}
 

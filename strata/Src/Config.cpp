@@ -39,8 +39,10 @@ void SplitSource(const std::string& inSource, std::string& outKey, std::string& 
 
 strata_exception::strata_exception(ErrorLevel inLevel, const std::string& inSource,
                                    const UTF16String& inMessage)
-    : mLevel(inLevel), mSource(inSource), mMessage(inMessage),
-      mWhat(string::UTF16toStdString(inMessage)) {}
+    : std::runtime_error(string::UTF16toStdString(inMessage)),
+      mLevel(inLevel),
+      mSource(inSource),
+      mMessage(inMessage) {}
 strata_exception::~strata_exception() = default;
 strata_exception::strata_exception(const strata_exception&) = default;
 strata_exception& strata_exception::operator=(const strata_exception&) = default;
@@ -53,7 +55,7 @@ std::string strata_exception::GetKey() const {
   return key;
 }
 const UTF16String& strata_exception::GetMessage() const { return mMessage; }
-const char* strata_exception::what() const noexcept { return mWhat.c_str(); }
+const char* strata_exception::what() const noexcept { return std::runtime_error::what(); }
 
 UTF16String LocalizeString(const std::string& inSource, const UTF16String& inReplacement1,
                            const UTF16String& inReplacement2, const UTF16String& inReplacement3,

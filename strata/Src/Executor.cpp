@@ -20,22 +20,25 @@ Executor::~Executor() = default;
 namespace detail {
 
 namespace {
-thread_local RunningScope* sInnermostScope = nullptr;
+// The calling thread's innermost RunningScope.
+platform::ThreadSlot sInnermostScope;
+
+RunningScope* InnermostScope() { return static_cast<RunningScope*>(sInnermostScope.Get()); }
 }  // namespace
 
-RunningScope::RunningScope(const void* inOwner) : mOwner(inOwner), mOuter(sInnermostScope) {
-  sInnermostScope = this;
+RunningScope::RunningScope(const void* inOwner) : mOwner(inOwner), mOuter(InnermostScope()) {
+  sInnermostScope.Set(this);
 }
 
-RunningScope::~RunningScope() { sInnermostScope = mOuter; }
+RunningScope::~RunningScope() { sInnermostScope.Set(mOuter); }
 
 bool RunningScope::IsRunningFor(const void* inOwner) {
-  for (const RunningScope* scope = sInnermostScope; scope; scope = scope->mOuter)
+  for (const RunningScope* scope = InnermostScope(); scope; scope = scope->mOuter)
     if (scope->mOwner == inOwner) return true;
   return false;
 }
 
-bool RunningScope::IsRunningForAny() { return sInnermostScope != nullptr; }
+bool RunningScope::IsRunningForAny() { return InnermostScope() != nullptr; }
 
 void RunTaskReportingErrors(const Task& inTask, const std::string& inExecutorName) {
   static debug::AssertSite sSite;

@@ -101,6 +101,25 @@ class Thread {
   std::uint32_t mId;
 };
 
+// One pointer per thread, kept in a slot of the system's own. The C++
+// runtime's thread_local would do the same through the thread library's
+// keys, whose first use makes a lock with two semaphores that live as long
+// as the process. Without a free slot Get answers null and Set does
+// nothing. A ThreadSlot lives as long as its module (a namespace-scope
+// object).
+class ThreadSlot {
+ public:
+  ThreadSlot();
+  ~ThreadSlot();
+  ThreadSlot(const ThreadSlot&) = delete;
+  ThreadSlot& operator=(const ThreadSlot&) = delete;
+  void* Get() const;
+  void Set(void* inValue);
+
+ private:
+  std::uint32_t mIndex;
+};
+
 std::uint32_t GetCurrentThreadId();
 // Logical processors the process may run on; at least 1.
 unsigned GetProcessorCount();

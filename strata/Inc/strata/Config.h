@@ -7,7 +7,7 @@
 // All functions are thread-safe.
 #pragma once
 
-#include <exception>
+#include <stdexcept>
 #include <string>
 
 #include "strata/String.h"
@@ -17,8 +17,9 @@ namespace config {
 
 enum class ErrorLevel { kWarning, kError, kFatal };
 
-// The exception every strata error is raised as.
-class STRATA_API strata_exception : public std::exception {
+// The exception every strata error is raised as; hosts may catch it as a
+// std::runtime_error.
+class STRATA_API strata_exception : public std::runtime_error {
  public:
   // inSource is the whole "$$$/key=text" string; inMessage the final text.
   strata_exception(ErrorLevel inLevel, const std::string& inSource, const UTF16String& inMessage);
@@ -40,7 +41,6 @@ class STRATA_API strata_exception : public std::exception {
   ErrorLevel mLevel;
   std::string mSource;
   UTF16String mMessage;
-  std::string mWhat;
 };
 
 // Returns the text of "$$$/key=default" (the translation when one is set),

@@ -55,15 +55,15 @@ void TellDebuggerThreadName(const std::string& inName) {
 typedef HRESULT(WINAPI* SetThreadDescriptionFunction)(HANDLE, PCWSTR);
 
 // Windows 10 1607 and later; older systems and some Wine versions lack it.
-SetThreadDescriptionFunction FindSetThreadDescription() {
-  static const SetThreadDescriptionFunction sFunction = [] {
-    HMODULE kernel = ::GetModuleHandleW(L"kernel32.dll");
-    return kernel ? reinterpret_cast<SetThreadDescriptionFunction>(
-                        reinterpret_cast<void*>(::GetProcAddress(kernel, "SetThreadDescription")))
-                  : nullptr;
-  }();
-  return sFunction;
-}
+// Looked up at load rather than on first use: threads that start together
+// would race on a function's static, and the C++ runtime's wait for it
+// makes handles that outlive the library.
+const SetThreadDescriptionFunction sSetThreadDescription = [] {
+  HMODULE kernel = ::GetModuleHandleW(L"kernel32.dll");
+  return kernel ? reinterpret_cast<SetThreadDescriptionFunction>(
+                      reinterpret_cast<void*>(::GetProcAddress(kernel, "SetThreadDescription")))
+                : nullptr;
+}();
 
 }  // namespace
 
@@ -119,6 +119,20 @@ void Thread::Detach() {
 
 bool Thread::IsCurrentThread() const { return mId == ::GetCurrentThreadId(); }
 
+ThreadSlot::ThreadSlot() : mIndex(::TlsAlloc()) {}
+
+ThreadSlot::~ThreadSlot() {
+  if (mIndex != TLS_OUT_OF_INDEXES) ::TlsFree(mIndex);
+}
+
+void* ThreadSlot::Get() const {
+  return mIndex != TLS_OUT_OF_INDEXES ? ::TlsGetValue(mIndex) : nullptr;
+}
+
+void ThreadSlot::Set(void* inValue) {
+  if (mIndex != TLS_OUT_OF_INDEXES) ::TlsSetValue(mIndex, inValue);
+}
+
 std::uint32_t GetCurrentThreadId() { return ::GetCurrentThreadId(); }
 
 unsigned GetProcessorCount() {
@@ -128,8 +142,8 @@ unsigned GetProcessorCount() {
 }
 
 void SetCurrentThreadName(const std::string& inName) {
-  if (SetThreadDescriptionFunction setDescription = FindSetThreadDescription())
-    setDescription(::GetCurrentThread(), string::StdToUTF16String(inName).c_str());
+  if (sSetThreadDescription)
+    sSetThreadDescription(::GetCurrentThread(), string::StdToUTF16String(inName).c_str());
   // Without a debugger the exception would only cost time.
   if (::IsDebuggerPresent()) TellDebuggerThreadName(inName);
 }
