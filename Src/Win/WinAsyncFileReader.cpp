@@ -64,6 +64,13 @@ QueuedRead& QueuedReadOf(const Request* inRequest) {
 // Most completions taken from the port in one call.
 const ULONG kCompletionBatch = 64;
 
+// Reads the read thread has handed to the system whose completions the
+// completion thread has not taken yet; it may lag behind the port, never
+// run ahead of it. The completion thread asks the port for no more than
+// this: where the system takes completions off one at a time, asking for
+// more than are there costs one more empty look each time.
+std::atomic<long> sReadsOnTheirWay(0);
+
 // One callback to run, copied out of its record.
 struct Completion {
   AsyncReadCompletionFunction mFunction;
@@ -144,10 +151,12 @@ unsigned __stdcall CompletionLoop(void* inPort) {
   OVERLAPPED_ENTRY entries[kCompletionBatch];
   Request* batch[kCompletionBatch];
   for (bool stopping = false; !stopping;) {
+    const long expected = sReadsOnTheirWay.load(std::memory_order_relaxed);
+    const ULONG wanted =
+        expected <= 1 ? 1 : expected >= long(kCompletionBatch) ? kCompletionBatch : ULONG(expected);
     ULONG count = 0;
     // A failed dequeue takes nothing off the port.
-    if (!::GetQueuedCompletionStatusEx(port, entries, kCompletionBatch, &count, INFINITE, FALSE))
-      continue;
+    if (!::GetQueuedCompletionStatusEx(port, entries, wanted, &count, INFINITE, FALSE)) continue;
     std::size_t requests = 0;
     for (ULONG i = 0; i < count; ++i) {
       if (entries[i].lpOverlapped == nullptr) {
@@ -164,6 +173,7 @@ unsigned __stdcall CompletionLoop(void* inPort) {
       request->mBytesTransferred = entries[i].dwNumberOfBytesTransferred;
       batch[requests++] = request;
     }
+    sReadsOnTheirWay.fetch_sub(long(requests), std::memory_order_relaxed);
     CompleteBatch(batch, requests);
   }
   return 0;
@@ -186,11 +196,13 @@ void IssueQueuedReads() {
     // Read before the read is issued: from then on the record may
     // complete, be freed and be queued again.
     oldestFirst = QueuedReadOf(request).mNext;
-    if (::ReadFile(QueuedReadOf(request).mFile, request->mBuffer, request->mRequestedSize, nullptr,
-                   &request->mOverlapped))
+    const BOOL done = ::ReadFile(QueuedReadOf(request).mFile, request->mBuffer,
+                                 request->mRequestedSize, nullptr, &request->mOverlapped);
+    const DWORD error = done ? ERROR_SUCCESS : ::GetLastError();
+    if (done || error == ERROR_IO_PENDING) {
+      sReadsOnTheirWay.fetch_add(1, std::memory_order_relaxed);
       continue;
-    const DWORD error = ::GetLastError();
-    if (error == ERROR_IO_PENDING) continue;
+    }
     request->mResult = Win::SystemErrorToOstraResult(error);
     request->mBytesTransferred = 0;
     CompleteRequests(&request, 1);
