@@ -339,6 +339,8 @@ void AsyncFileReader::Close() {
 
 void StartupAsyncFileOperations() {
   OSTRA_READER_CONTRACT(!sCompletionPort.IsValid(), "sCompletionPort == NULL", 91);
+  // Reads left in flight by an earlier shut-down never reach the new port.
+  sReadsOnTheirWay = 0;
   sCompletionPort.Reset(::CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 1));
   if (!sCompletionPort.IsValid()) return;
   sCompletionThread.Reset(reinterpret_cast<HANDLE>(
