@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <random>
 #include <string>
 #include <thread>
@@ -68,14 +69,6 @@ void CheckingCallback(const AsyncFileReader*, std::uint64_t inOffset, std::uint3
   else if (inRead != inRequested || !SliceIsExact(inBuffer, inOffset, inRead))
     ++completions.wrongData;
   ++completions.count;
-}
-
-void SlowCallback(const AsyncFileReader* inReader, std::uint64_t inOffset,
-                  std::uint32_t inRequested, std::uint32_t inRead, void* inBuffer,
-                  void* inCompletions, void* inC2, void* inC3, int inResult) {
-  ::Sleep(2);
-  CheckingCallback(inReader, inOffset, inRequested, inRead, inBuffer, inCompletions, inC2, inC3,
-                   inResult);
 }
 
 class AsyncFileReaderTest : public OstraTest::TempDirectoryTest {
@@ -236,65 +229,112 @@ TEST_F(AsyncFileReaderTest, MoreReadsThanPoolRecordsFromTwoThreadsAllComplete) {
   EXPECT_LE(mostInUse.load(), 2048u);
 }
 
-// Each completion queues the next read until the chain is long enough.
-struct Chain {
-  AsyncFileReader* reader;
-  char* buffer;
-  std::uint32_t sector;
+// One reader of a busy-readers test: its reads are numbered, each
+// callback marks its read's slot, checks that no other callback of the
+// same reader is running, and in chained runs queues the next read.
+struct BusyReader {
+  std::unique_ptr<AsyncFileReader> reader{new AsyncFileReader};
+  char* memory = nullptr;
+  std::uint32_t sector = 0;
+  int total = 0;
+  bool chained = false;
+  bool slow = false;
+  std::atomic<int> queued{0};
+  std::atomic<int> running{0};
+  std::atomic<int> overlaps{0};
   Completions completions;
-  int length;
+  std::vector<std::atomic<int>> calls;  // per read: how often its callback ran
+
+  void QueueNext() {
+    const int index = queued++;
+    const std::uint64_t offset = std::uint64_t(index % 64) * sector;
+    reader->QueueReadRequest(offset, sector, memory + std::size_t(index) * sector,
+                             &BusyReader::Callback, this,
+                             reinterpret_cast<void*>(static_cast<std::intptr_t>(index)), nullptr);
+  }
+
+  static void Callback(const AsyncFileReader* inReader, std::uint64_t inOffset,
+                       std::uint32_t inRequested, std::uint32_t inRead, void* inBuffer,
+                       void* inSelf, void* inIndex, void*, int inResult) {
+    BusyReader& self = *static_cast<BusyReader*>(inSelf);
+    if (self.running++ != 0) ++self.overlaps;
+    if (self.slow) ::Sleep(1);
+    ++self.calls[static_cast<std::size_t>(reinterpret_cast<std::intptr_t>(inIndex))];
+    CheckingCallback(inReader, inOffset, inRequested, inRead, inBuffer, &self.completions, nullptr,
+                     nullptr, inResult);
+    if (self.chained && self.queued < self.total) self.QueueNext();
+    --self.running;
+  }
 };
 
-void ChainCallback(const AsyncFileReader* inReader, std::uint64_t inOffset,
-                   std::uint32_t inRequested, std::uint32_t inRead, void* inBuffer,
-                   void* inChain, void*, void*, int inResult) {
-  Chain& chain = *static_cast<Chain*>(inChain);
-  CheckingCallback(inReader, inOffset, inRequested, inRead, inBuffer, &chain.completions, nullptr,
-                   nullptr, inResult);
-  if (chain.completions.count < chain.length)
-    chain.reader->QueueReadRequest(inOffset + chain.sector, chain.sector, chain.buffer,
-                                   &ChainCallback, &chain, nullptr, nullptr);
-}
-
-TEST_F(AsyncFileReaderTest, CallbackMayQueueFurtherReads) {
+// Close, the destructor and waits must not return while a read is busy or
+// its callback is still to run, however completions are grouped: many
+// readers at once, callbacks that queue the next read, slow callbacks.
+TEST_F(AsyncFileReaderTest, CloseAndWaitCoverEveryReadAndEachCallbackRunsOnceNeverTwoAtATime) {
   const std::wstring file = MakePatternFile(L"data.bin", 1024 * 1024);
-  AsyncFileReader reader;
-  ASSERT_EQ(Ostra::kSuccess, AsyncFileReader::Open(file, reader));
-  AlignedBuffer memory(reader.GetDiskSectorSize());
-  Chain chain{&reader, memory.Get(), reader.GetDiskSectorSize(), {}, 100};
-  reader.QueueReadRequest(0, chain.sector, chain.buffer, &ChainCallback, &chain, nullptr, nullptr);
-  // A wait can end between two links of the chain; it never ends while
-  // a link's read is busy.
-  for (int i = 0; i < 1000 && chain.completions.count < chain.length; ++i)
-    reader.WaitForPendingReads();
-  EXPECT_EQ(chain.length, chain.completions.count.load());
-  EXPECT_EQ(0, chain.completions.wrongData.load());
-}
-
-TEST_F(AsyncFileReaderTest, CloseAndDestructorWaitForReadsInFlightAndTheirCallbacks) {
-  const std::wstring file = MakePatternFile(L"data.bin", 1024 * 1024);
-  for (const bool destroy : {false, true}) {
-    SCOPED_TRACE(destroy ? "destructor" : "Close");
-    Completions completions;
-    const int kReads = 200;
-    // The buffers must outlive the reader, whose destructor waits.
-    AlignedBuffer memory(kReads * std::size_t(64 * 1024));
+  enum End { kClose, kDestroy, kWaitThenClose };
+  struct Row {
+    const char* name;
+    int readers;
+    int reads;
+    int inFlight;  // queued up front; chained runs queue the rest from callbacks
+    bool slow;
+    End end;
+  } const rows[] = {
+      {"one reader, slow callbacks, Close", 1, 200, 200, true, kClose},
+      {"one reader, slow callbacks, destructor", 1, 200, 200, true, kDestroy},
+      {"eight readers, slow callbacks, Close", 8, 64, 64, true, kClose},
+      {"eight readers, destructor", 8, 300, 300, false, kDestroy},
+      {"eight readers, chains from 32 in flight", 8, 600, 32, false, kWaitThenClose},
+      {"one reader, chain from 1 in flight", 1, 100, 1, false, kWaitThenClose},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    // The buffers must outlive the readers, whose destructors wait.
+    std::vector<std::unique_ptr<AlignedBuffer>> memory;
     {
-      AsyncFileReader reader;
-      ASSERT_EQ(Ostra::kSuccess, AsyncFileReader::Open(file, reader));
-      const std::uint32_t sector = reader.GetDiskSectorSize();
-      ASSERT_LE(sector, 64u * 1024);
-      for (int i = 0; i < kReads; ++i)
-        reader.QueueReadRequest(std::uint64_t(i) * sector, sector, memory.Get() + i * sector,
-                                &SlowCallback, &completions, nullptr, nullptr);
-      if (!destroy) {
-        reader.Close();
-        EXPECT_EQ(kReads, completions.count.load());
-        reader.Close();  // nothing to do
+      std::vector<std::unique_ptr<BusyReader>> readers;
+      for (int r = 0; r < row.readers; ++r) {
+        readers.emplace_back(new BusyReader);
+        BusyReader& busy = *readers.back();
+        ASSERT_EQ(Ostra::kSuccess, AsyncFileReader::Open(file, *busy.reader));
+        busy.sector = busy.reader->GetDiskSectorSize();
+        ASSERT_LE(busy.sector, 16u * 1024);
+        memory.emplace_back(new AlignedBuffer(std::size_t(row.reads) * busy.sector));
+        busy.memory = memory.back()->Get();
+        busy.total = row.reads;
+        busy.chained = row.inFlight < row.reads;
+        busy.slow = row.slow;
+        busy.calls = std::vector<std::atomic<int>>(row.reads);
+      }
+      for (int i = 0; i < row.inFlight; ++i)
+        for (const std::unique_ptr<BusyReader>& busy : readers) busy->QueueNext();
+      for (const std::unique_ptr<BusyReader>& busy : readers) {
+        if (row.end == kWaitThenClose) {
+          // A wait can end between two links of a chain, never while a
+          // link's read is busy or its callback is to come.
+          for (int i = 0; i < 10000 && busy->completions.count < row.reads; ++i)
+            busy->reader->WaitForPendingReads();
+          EXPECT_EQ(row.reads, busy->completions.count.load());
+        }
+        if (row.end == kDestroy) {
+          busy->reader.reset();
+        } else {
+          busy->reader->Close();
+          EXPECT_EQ(busy->queued.load(), busy->completions.count.load());
+          busy->reader->Close();  // nothing to do
+        }
+      }
+      for (const std::unique_ptr<BusyReader>& busy : readers) {
+        EXPECT_EQ(row.reads, busy->completions.count.load());
+        EXPECT_EQ(0, busy->completions.wrongData.load());
+        EXPECT_EQ(0, busy->completions.failures.load());
+        EXPECT_EQ(0, busy->overlaps.load()) << "two callbacks of one reader ran at once";
+        int notOnce = 0;
+        for (const std::atomic<int>& calls : busy->calls) notOnce += calls.load() != 1 ? 1 : 0;
+        EXPECT_EQ(0, notOnce) << "reads whose callback did not run exactly once";
       }
     }
-    EXPECT_EQ(kReads, completions.count.load());
-    EXPECT_EQ(0, completions.wrongData.load());
   }
 }
 

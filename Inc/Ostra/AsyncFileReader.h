@@ -17,6 +17,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <set>
 
@@ -107,12 +108,22 @@ class RequestBusyList {
   // request's callback) is visible to them once they pass the gate.
   template <class Function>
   void RemoveFromBusyList(RequestType* inRequest, const Function& inBeforeRelease) {
+    RemoveFromBusyList(&inRequest, 1, inBeforeRelease);
+  }
+
+  // As above for inCount requests at once, under one lock.
+  template <class Function>
+  void RemoveFromBusyList(RequestType* const* inRequests, std::size_t inCount,
+                          const Function& inBeforeRelease) {
     strata::threads::RecursiveMutex::ScopedLock lock(mMutex);
-    if (!(mBusyList.find(inRequest) != mBusyList.end()))
-      strata::debug::ContractViolation(strata::debug::DialogKind::kInputContract,
-                                       "mBusyList.find(inRequest) != mBusyList.end()",
-                                       STRATA_FUNCTION_SIGNATURE, "AsyncFileReader.h", 97);
-    mBusyList.erase(inRequest);
+    for (std::size_t i = 0; i < inCount; ++i) {
+      RequestType* const inRequest = inRequests[i];
+      if (!(mBusyList.find(inRequest) != mBusyList.end()))
+        strata::debug::ContractViolation(strata::debug::DialogKind::kInputContract,
+                                         "mBusyList.find(inRequest) != mBusyList.end()",
+                                         STRATA_FUNCTION_SIGNATURE, "AsyncFileReader.h", 97);
+      mBusyList.erase(inRequest);
+    }
     inBeforeRelease();
     if (mBusyList.empty() && mGate) mGate->Open();
   }

@@ -1,11 +1,16 @@
 // The asynchronous reader on the process's I/O completion port: one read
 // thread issues every ReadFile, one completion thread collects the
 // results, and each request record comes from a fixed pool claimed without
-// locks. Callbacks go to the reader's serial executor.
+// locks. Callbacks go to the reader's serial executor. Both threads work in
+// batches, so that a busy reader pays one wake-up, one busy-list lock and
+// one executor post per batch rather than per read.
 #include "Ostra/AsyncFileReader.h"
 
 #include <windows.h>
 #include <process.h>
+
+#include <exception>
+#include <vector>
 
 #include "AsyncFileReaderPrivate.h"
 #include "Ostra/DiskUtils.h"
@@ -42,60 +47,180 @@ Win::ScopedHandle sCompletionPort;
 Win::ScopedHandle sCompletionThread;
 strata::threads::ExecutorRef sReadExecutor;
 
-// Hands the record's callback to its reader's executor and frees the
-// record. The callback is posted before the busy list can release a
+// Records waiting for the read thread, newest first: a stack that
+// QueueReadRequest pushes without a lock and the read thread takes whole.
+// A record's link and file handle sit beside the pool, by record index.
+struct QueuedRead {
+  Request* mNext;
+  HANDLE mFile;
+};
+QueuedRead sQueuedReads[kRequestPoolSize];
+std::atomic<Request*> sReadQueue(nullptr);
+
+QueuedRead& QueuedReadOf(const Request* inRequest) {
+  return sQueuedReads[inRequest - sRequestPool];
+}
+
+// Most completions taken from the port in one call.
+const ULONG kCompletionBatch = 64;
+
+// Reads the read thread has handed to the system whose completions the
+// completion thread has not taken yet; it may lag behind the port, never
+// run ahead of it. The completion thread asks the port for no more than
+// this: where the system takes completions off one at a time, asking for
+// more than are there costs one more empty look each time.
+std::atomic<long> sReadsOnTheirWay(0);
+
+// One callback to run, copied out of its record.
+struct Completion {
+  AsyncReadCompletionFunction mFunction;
+  CompletionFunctionParams mParams;
+
+  void operator()() const {
+    mFunction(mParams.mReader, mParams.mOffset, mParams.mRequestedSize, mParams.mBytesTransferred,
+              mParams.mBuffer, mParams.mContext1, mParams.mContext2, mParams.mContext3,
+              mParams.mResult);
+  }
+};
+
+// Runs the callbacks of one reader's batch in order. Each runs once even
+// when one throws; the first exception then goes on to the executor's report.
+void RunCompletions(const std::vector<Completion>& inCompletions) {
+  std::exception_ptr failure;
+  for (const Completion& completion : inCompletions) {
+    try {
+      completion();
+    } catch (...) {
+      if (!failure) failure = std::current_exception();
+    }
+  }
+  if (failure) std::rethrow_exception(failure);
+}
+
+// Completes inCount records of one reader (one busy list): hands their
+// callbacks to the reader's executor as one task, in the order given, and
+// frees the records. The task is posted before the busy list can release a
 // waiter, so a waiter that then waits for the executor also waits for it.
-void CompleteRequest(Request* ioRequest) {
+void CompleteRequests(Request* const* inRequests, std::size_t inCount) {
   strata::threads::Task call;
   strata::threads::ExecutorRef executor;
-  if (ioRequest->mCompletionFunction && ioRequest->mExecutor) {
+  std::vector<Completion> completions;
+  for (std::size_t i = 0; i < inCount; ++i) {
+    const Request& request = *inRequests[i];
+    if (!request.mCompletionFunction || !request.mExecutor) continue;
     const CompletionFunctionParams params = {
-        ioRequest->mReader,   ioRequest->mOffset,   ioRequest->mRequestedSize,
-        ioRequest->mBytesTransferred, ioRequest->mBuffer, ioRequest->mContext1,
-        ioRequest->mContext2, ioRequest->mContext3, ioRequest->mResult};
-    const AsyncReadCompletionFunction function = ioRequest->mCompletionFunction;
-    call = [function, params] {
-      function(params.mReader, params.mOffset, params.mRequestedSize, params.mBytesTransferred,
-               params.mBuffer, params.mContext1, params.mContext2, params.mContext3,
-               params.mResult);
-    };
-    executor = ioRequest->mExecutor;
+        request.mReader,           request.mOffset,   request.mRequestedSize,
+        request.mBytesTransferred, request.mBuffer,   request.mContext1,
+        request.mContext2,         request.mContext3, request.mResult};
+    completions.push_back(Completion{request.mCompletionFunction, params});
+    executor = request.mExecutor;
   }
-  ioRequest->mBusyList->RemoveFromBusyList(ioRequest, [ioRequest, &call, &executor] {
-    // From here on the record may be claimed by any thread.
-    ioRequest->mInUse.exchange(0);
+  // A single callback, the common case under light load, goes without the
+  // vector's second allocation.
+  if (completions.size() == 1)
+    call = completions.front();
+  else if (!completions.empty())
+    call = [completions] { RunCompletions(completions); };
+  inRequests[0]->mBusyList->RemoveFromBusyList(inRequests, inCount, [&] {
+    // From here on the records may be claimed by any thread.
+    for (std::size_t i = 0; i < inCount; ++i) inRequests[i]->mInUse.exchange(0);
     if (call) executor->Post(std::move(call));
   });
 }
 
+// Completes a batch taken from the port, one reader at a time, each
+// reader's records in the order the port gave them.
+void CompleteBatch(Request** ioBatch, std::size_t inCount) {
+  Request* group[kCompletionBatch];
+  for (std::size_t first = 0; first < inCount; ++first) {
+    if (ioBatch[first] == nullptr) continue;  // already completed with an earlier reader
+    const void* busyList = ioBatch[first]->mBusyList;
+    std::size_t grouped = 0;
+    for (std::size_t i = first; i < inCount; ++i) {
+      if (ioBatch[i] != nullptr && ioBatch[i]->mBusyList == busyList) {
+        group[grouped++] = ioBatch[i];
+        ioBatch[i] = nullptr;
+      }
+    }
+    CompleteRequests(group, grouped);
+  }
+}
+
 unsigned __stdcall CompletionLoop(void* inPort) {
   HANDLE port = static_cast<HANDLE>(inPort);
-  for (;;) {
-    DWORD bytes = 0;
-    ULONG_PTR key = 0;
-    OVERLAPPED* overlapped = nullptr;
-    const BOOL succeeded = ::GetQueuedCompletionStatus(port, &bytes, &key, &overlapped, INFINITE);
-    const DWORD error = succeeded ? ERROR_SUCCESS : ::GetLastError();
-    if (succeeded && overlapped == nullptr) break;  // the shut-down packet
-    if (overlapped == nullptr) continue;            // a failed dequeue: nothing to complete
-    Request* request = reinterpret_cast<Request*>(overlapped);
-    if (!succeeded) request->mResult = Win::SystemErrorToOstraResult(error);
-    request->mBytesTransferred = bytes;
-    CompleteRequest(request);
+  OVERLAPPED_ENTRY entries[kCompletionBatch];
+  Request* batch[kCompletionBatch];
+  for (bool stopping = false; !stopping;) {
+    const long expected = sReadsOnTheirWay.load(std::memory_order_relaxed);
+    const ULONG wanted =
+        expected <= 1 ? 1 : expected >= long(kCompletionBatch) ? kCompletionBatch : ULONG(expected);
+    ULONG count = 0;
+    // A failed dequeue takes nothing off the port.
+    if (!::GetQueuedCompletionStatusEx(port, entries, wanted, &count, INFINITE, FALSE)) continue;
+    std::size_t requests = 0;
+    for (ULONG i = 0; i < count; ++i) {
+      if (entries[i].lpOverlapped == nullptr) {
+        stopping = true;  // the shut-down packet
+        continue;
+      }
+      Request* request = reinterpret_cast<Request*>(entries[i].lpOverlapped);
+      // The read's own status is in its overlapped structure; asking for
+      // the overlapped result turns a failure into the system error.
+      DWORD ignored = 0;
+      if (!::GetOverlappedResult(QueuedReadOf(request).mFile, &request->mOverlapped, &ignored,
+                                 FALSE))
+        request->mResult = Win::SystemErrorToOstraResult(::GetLastError());
+      request->mBytesTransferred = entries[i].dwNumberOfBytesTransferred;
+      batch[requests++] = request;
+    }
+    sReadsOnTheirWay.fetch_sub(long(requests), std::memory_order_relaxed);
+    CompleteBatch(batch, requests);
   }
   return 0;
 }
 
-// Runs on the read thread. A read the system refuses outright never
-// reaches the port, so it completes here with 0 bytes.
-void IssueRead(HANDLE inFile, void* inBuffer, DWORD inSize, DWORD* outBytesRead,
-               Request* ioRequest) {
-  if (::ReadFile(inFile, inBuffer, inSize, outBytesRead, &ioRequest->mOverlapped)) return;
-  const DWORD error = ::GetLastError();
-  if (error == ERROR_IO_PENDING) return;
-  ioRequest->mResult = Win::SystemErrorToOstraResult(error);
-  ioRequest->mBytesTransferred = 0;
-  CompleteRequest(ioRequest);
+// Runs on the read thread: issues the reads queued so far, oldest first. A
+// read the system refuses outright never reaches the port, so it completes
+// here with 0 bytes.
+void IssueQueuedReads() {
+  Request* newestFirst = sReadQueue.exchange(nullptr, std::memory_order_acquire);
+  Request* oldestFirst = nullptr;
+  while (newestFirst != nullptr) {
+    Request* next = QueuedReadOf(newestFirst).mNext;
+    QueuedReadOf(newestFirst).mNext = oldestFirst;
+    oldestFirst = newestFirst;
+    newestFirst = next;
+  }
+  while (oldestFirst != nullptr) {
+    Request* request = oldestFirst;
+    // Read before the read is issued: from then on the record may
+    // complete, be freed and be queued again.
+    oldestFirst = QueuedReadOf(request).mNext;
+    const BOOL done = ::ReadFile(QueuedReadOf(request).mFile, request->mBuffer,
+                                 request->mRequestedSize, nullptr, &request->mOverlapped);
+    const DWORD error = done ? ERROR_SUCCESS : ::GetLastError();
+    if (done || error == ERROR_IO_PENDING) {
+      sReadsOnTheirWay.fetch_add(1, std::memory_order_relaxed);
+      continue;
+    }
+    request->mResult = Win::SystemErrorToOstraResult(error);
+    request->mBytesTransferred = 0;
+    CompleteRequests(&request, 1);
+  }
+}
+
+// Hands a record to the read thread. Only the push that finds the queue
+// empty wakes the read thread: the reads pushed after it, until the read
+// thread takes the queue, go with the same wake-up.
+void QueueRead(Request* ioRequest, HANDLE inFile) {
+  QueuedRead& queued = QueuedReadOf(ioRequest);
+  queued.mFile = inFile;
+  Request* head = sReadQueue.load(std::memory_order_relaxed);
+  do {
+    queued.mNext = head;
+  } while (!sReadQueue.compare_exchange_weak(head, ioRequest, std::memory_order_release,
+                                             std::memory_order_relaxed));
+  if (head == nullptr) sReadExecutor->Post(&IssueQueuedReads);
 }
 
 // Claims a free record, spreading concurrent claimers over the pool; waits
@@ -154,10 +279,7 @@ Result AsyncFileReader::QueueReadRequest(std::uint64_t inOffset, std::uint32_t i
   request->mOverlapped.OffsetHigh = static_cast<DWORD>(inOffset >> 32);
 
   mImpl->mBusyList.AddToBusyList(request);
-  HANDLE file = mImpl->mFileHandle.Get();
-  sReadExecutor->Post([file, inBuffer, inSize, request] {
-    IssueRead(file, inBuffer, inSize, nullptr, request);
-  });
+  QueueRead(request, mImpl->mFileHandle.Get());
   return kSuccess;
 }
 
@@ -217,6 +339,8 @@ void AsyncFileReader::Close() {
 
 void StartupAsyncFileOperations() {
   OSTRA_READER_CONTRACT(!sCompletionPort.IsValid(), "sCompletionPort == NULL", 91);
+  // Reads left in flight by an earlier shut-down never reach the new port.
+  sReadsOnTheirWay = 0;
   sCompletionPort.Reset(::CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 1));
   if (!sCompletionPort.IsValid()) return;
   sCompletionThread.Reset(reinterpret_cast<HANDLE>(
