@@ -141,7 +141,7 @@ inline void Report(const Measurement& inCase, const Measurement& inBaseline) {
 // (a speed); otherwise it must stay at or below it (a cost).
 inline bool Goal(const char* inWhat, const Spread& inFigure, double inTarget, bool inAtLeast) {
   const bool met = inAtLeast ? inFigure.median >= inTarget : inFigure.median <= inTarget;
-  std::printf("  goal: %-52s %5.2fx (%.2f-%.2f), target %s %.2fx: %s\n", inWhat, inFigure.median,
+  std::printf("  goal: %-62s %5.2fx (%.2f-%.2f), target %s %.2fx: %s\n", inWhat, inFigure.median,
               inFigure.min, inFigure.max, inAtLeast ? ">=" : "<=", inTarget,
               met ? "met" : "NOT MET");
   return met;
