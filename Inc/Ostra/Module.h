@@ -10,8 +10,6 @@
 // SetUnloadOnDestroy need one thread at a time.
 #pragma once
 
-#include <windows.h>
-
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -20,6 +18,15 @@
 
 #include "Ostra/OstraConfig.h"
 #include "Ostra/Result.h"
+
+// The module handle as <windows.h> declares it, so that this header does not
+// pull in <windows.h>. The functions take HINSTANCE__* (what HINSTANCE is in
+// the default STRICT mode) so that they also compile for a host built with
+// NO_STRICT, whose HINSTANCE is void* and needs a cast.
+struct HINSTANCE__;
+#if !defined(NO_STRICT) || defined(STRICT)
+typedef HINSTANCE__* HINSTANCE;
+#endif
 
 namespace Ostra {
 
@@ -36,7 +43,7 @@ class OSTRA_API Module {
   static Result Load(const UTF16String& inModulePath, boost::shared_ptr<Module>& outModule);
   // Wraps a module the caller already has, without ever freeing it. The
   // handle is not checked; null stands for the program's own executable.
-  static Result Create(HINSTANCE inModuleHandle, boost::shared_ptr<Module>& outModule);
+  static Result Create(HINSTANCE__* inModuleHandle, boost::shared_ptr<Module>& outModule);
 
   virtual ~Module();
 
@@ -66,11 +73,11 @@ class OSTRA_API Module {
   ProcPointer GetProcAddress(const std::string& inProcName) const;
   // The full path of the module's file, looked up once and then cached.
   void GetPath(UTF16String& outPath);
-  HINSTANCE GetNativeModule() const;
+  HINSTANCE__* GetNativeModule() const;
   void SetUnloadOnDestroy(bool inUnloadOnDestroy);
 
  protected:
-  Module(HINSTANCE inModuleHandle, bool inUnloadOnDestroy);
+  Module(HINSTANCE__* inModuleHandle, bool inUnloadOnDestroy);
 
  private:
   Module(const Module&) = delete;
