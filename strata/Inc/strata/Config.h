@@ -32,7 +32,7 @@ class STRATA_API strata_exception : public std::exception {
   // The key alone: "$$$/strata/utility/Error/Contract/InputContractViolation".
   std::string GetKey() const;
   // The localised text with its replacements made.
-  const UTF16String& GetMessage() const;
+  const UTF16String& GetMessageText() const;
   // The message in UTF-8.
   const char* what() const noexcept override;
 
