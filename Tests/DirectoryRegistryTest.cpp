@@ -110,7 +110,7 @@ TEST_F(DirectoryRegistryTest, EmptyArgumentsRaiseThePermissionErrorOrTheContract
       EXPECT_EQ(client + L" is unable to access your preference folder. Your user account may "
                          L"not have access rights, or the folder may have been set to Read "
                          L"Only. Please check your permissions and try again.",
-                e.GetMessage());
+                e.GetMessageText());
     }
   }
   EXPECT_EQ(L"", Registry::FindDirectory(L"reg.empty"));

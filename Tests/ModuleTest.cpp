@@ -200,8 +200,8 @@ TEST(ModuleContracts, EmptyPathAndProcedureNameBreakTheInputContract) {
     const char* condition;
     const char* function;
     int line;
-  } expected[] = {{"!inModulePath.empty()", "Ostra::Module::Load", 68},
-                  {"!inProcName.empty()", "Ostra::Module::GetProcAddress", 168}};
+  } expected[] = {{"!inModulePath.empty()", "Ostra::Module::Load", 70},
+                  {"!inProcName.empty()", "Ostra::Module::GetProcAddress", 170}};
   for (int i = 0; i < 2; ++i) {
     SCOPED_TRACE(expected[i].function);
     EXPECT_EQ(strata::debug::DialogKind::kInputContract, seen[i].kind);

@@ -1,19 +1,20 @@
-// Unbuffered, overlapped reads of one file without blocking the caller.
-//
-// The process shares one I/O completion port, one completion thread, one
-// read thread and a fixed pool of 2048 request records; they exist between
-// StartupAsyncFileOperations and ShutdownAsyncFileOperations (the library's
-// Initialize and Terminate call them). Each reader runs its completion
-// callbacks one at a time, in completion order, on its own serial view of
-// the CPU pool, never on the caller's thread nor on the I/O threads.
-//
-// Offsets, sizes and buffer addresses must be multiples of
-// GetDiskSectorSize(); the reader does not check this, the system fails
-// misaligned reads and the error reaches the callback.
-//
-// Threading: QueueReadRequest may be called from any thread, callbacks
-// included. Open, Close and the destructor belong to the reader's owner
-// and must not be called from one of its own callbacks.
+/// \file
+/// Unbuffered, overlapped reads of one file without blocking the caller.
+///
+/// The process shares one I/O completion port, one completion thread, one
+/// read thread and a fixed pool of 2048 request records; they exist between
+/// StartupAsyncFileOperations and ShutdownAsyncFileOperations (the library's
+/// Initialize and Terminate call them). Each reader runs its completion
+/// callbacks one at a time, in completion order, on its own serial view of
+/// the CPU pool, never on the caller's thread nor on the I/O threads.
+///
+/// Offsets, sizes and buffer addresses must be multiples of
+/// GetDiskSectorSize(); the reader does not check this, the system fails
+/// misaligned reads and the error reaches the callback.
+///
+/// Threading: QueueReadRequest may be called from any thread, callbacks
+/// included. Open, Close and the destructor belong to the reader's owner
+/// and must not be called from one of its own callbacks.
 #pragma once
 
 #include <atomic>
@@ -32,10 +33,10 @@ namespace Ostra {
 
 class AsyncFileReader;
 
-// Called when a read has finished: the reader, the read's offset, the bytes
-// requested, the bytes read, the buffer, the three contexts given to
-// QueueReadRequest, and the read's Result (kSuccess or a mapped system
-// error, with 0 bytes when the read never started).
+/// Called when a read has finished: the reader, the read's offset, the bytes
+/// requested, the bytes read, the buffer, the three contexts given to
+/// QueueReadRequest, and the read's Result (kSuccess or a mapped system
+/// error, with 0 bytes when the read never started).
 typedef void (*AsyncReadCompletionFunction)(const AsyncFileReader* inReader,
                                             std::uint64_t inOffset,
                                             std::uint32_t inRequestedSize,
@@ -46,30 +47,30 @@ typedef void (*AsyncReadCompletionFunction)(const AsyncFileReader* inReader,
 template <class RequestType>
 class RequestBusyList;
 
-// One pooled read. The system's overlapped structure comes first, so the
-// pointer the completion port hands back is the record itself. The
-// template keeps the system's headers out of this one.
+/// One pooled read. The system's overlapped structure comes first, so the
+/// pointer the completion port hands back is the record itself. The
+/// template keeps the system's headers out of this one.
 template <class OverlappedType>
 struct AsyncReadRequest {
   OverlappedType mOverlapped;
   std::uint64_t mOffset;
   std::uint32_t mRequestedSize;
-  void* mBuffer;  // the caller's; never owned
+  void* mBuffer;  ///< the caller's; never owned
   std::uint32_t mBytesTransferred;
-  AsyncReadCompletionFunction mCompletionFunction;  // may be null
+  AsyncReadCompletionFunction mCompletionFunction;  ///< may be null
   void* mContext1;
   void* mContext2;
   void* mContext3;
   Result mResult;
   const AsyncFileReader* mReader;
   RequestBusyList<AsyncReadRequest>* mBusyList;
-  // Taken at queueing; kept until the record is reused or shut-down.
+  /// Taken at queueing; kept until the record is reused or shut-down.
   strata::threads::ExecutorRef mExecutor;
-  std::atomic<std::uint32_t> mInUse;  // 0 free, 1 taken; changed atomically only
+  std::atomic<std::uint32_t> mInUse;  ///< 0 free, 1 taken; changed atomically only
 };
 
-// What a completion callback receives, copied out of the record when the
-// read completes (the record is free again before the callback runs).
+/// What a completion callback receives, copied out of the record when the
+/// read completes (the record is free again before the callback runs).
 struct CompletionFunctionParams {
   const AsyncFileReader* mReader;
   std::uint64_t mOffset;
@@ -82,9 +83,9 @@ struct CompletionFunctionParams {
   int mResult;
 };
 
-// The requests one reader has queued and that have not completed yet, and
-// the gate its waiters pass when the last of them leaves. Thread-safe; the
-// mutex is never held while waiting and no other lock is taken under it.
+/// The requests one reader has queued and that have not completed yet, and
+/// the gate its waiters pass when the last of them leaves. Thread-safe; the
+/// mutex is never held while waiting and no other lock is taken under it.
 template <class RequestType>
 class RequestBusyList {
  public:
@@ -103,9 +104,9 @@ class RequestBusyList {
     mBusyList.insert(inRequest);
   }
 
-  // Erases inRequest; inBeforeRelease runs under the mutex after the erase
-  // and before waiters are released, so whatever it hands on (the
-  // request's callback) is visible to them once they pass the gate.
+  /// Erases inRequest; inBeforeRelease runs under the mutex after the erase
+  /// and before waiters are released, so whatever it hands on (the
+  /// request's callback) is visible to them once they pass the gate.
   template <class Function>
   void RemoveFromBusyList(RequestType* inRequest, const Function& inBeforeRelease) {
     RemoveFromBusyList(&inRequest, 1, inBeforeRelease);
@@ -128,7 +129,7 @@ class RequestBusyList {
     if (mBusyList.empty() && mGate) mGate->Open();
   }
 
-  // Returns when the list is empty; at once when it already is.
+  /// Returns when the list is empty; at once when it already is.
   void WaitUntilEmpty() {
     boost::shared_ptr<strata::threads::Gate> gate;
     {
@@ -151,47 +152,47 @@ class RequestBusyList {
 
  private:
   strata::threads::RecursiveMutex mMutex;
-  boost::shared_ptr<strata::threads::Gate> mGate;  // only while somebody waits
+  boost::shared_ptr<strata::threads::Gate> mGate;  ///< only while somebody waits
   std::uint32_t mWaiterCount;
-  std::set<RequestType*> mBusyList;  // ordered by address
+  std::set<RequestType*> mBusyList;  ///< ordered by address
 };
 
-// A reader of one existing file. Not copyable; see the top of this header
-// for the threading rules.
+/// A reader of one existing file. Not copyable; see the top of this header
+/// for the threading rules.
 class OSTRA_API AsyncFileReader {
  public:
-  typedef AsyncReadCompletionFunction CompletionFunction;
+  typedef AsyncReadCompletionFunction CompletionFunction;  ///< the callback's type
 
-  AsyncFileReader();  // closed
-  // Closes as Close does when the file is open.
+  AsyncFileReader();  ///< closed
+  /// Closes as Close does when the file is open.
   ~AsyncFileReader();
   AsyncFileReader(const AsyncFileReader&) = delete;
   AsyncFileReader& operator=(const AsyncFileReader&) = delete;
 
-  // Opens inPath for unbuffered reading into a reader that was never
-  // opened. -1 for a missing path, a directory or a file the system
-  // refuses (the reader stays closed and may be opened again); otherwise
-  // the result of finding the volume's sector size. Requires the library
-  // to be initialised.
+  /// Opens inPath for unbuffered reading into a reader that was never
+  /// opened. -1 for a missing path, a directory or a file the system
+  /// refuses (the reader stays closed and may be opened again); otherwise
+  /// the result of finding the volume's sector size. Requires the library
+  /// to be initialised.
   static Result Open(const UTF16String& inPath, AsyncFileReader& ioOpenedAsyncFileReader);
 
-  // Queues a read of inSize bytes at inOffset into inBuffer and returns
-  // kSuccess at once; inCallback (may be null) runs when it has finished.
-  // Blocks, in steps of 10 ms, while 2048 reads are outstanding in the
-  // process. The file must be open.
+  /// Queues a read of inSize bytes at inOffset into inBuffer and returns
+  /// kSuccess at once; inCallback (may be null) runs when it has finished.
+  /// Blocks, in steps of 10 ms, while 2048 reads are outstanding in the
+  /// process. The file must be open.
   Result QueueReadRequest(std::uint64_t inOffset, std::uint32_t inSize, void* inBuffer,
                           CompletionFunction inCallback, void* inContext1, void* inContext2,
                           void* inContext3);
 
-  // Returns when every read queued so far has completed and its callback
-  // has run.
+  /// Returns when every read queued so far has completed and its callback
+  /// has run.
   void WaitForPendingReads();
 
-  // Waits as WaitForPendingReads, then closes the file; nothing when the
-  // file is not open. A closed reader cannot be opened again.
+  /// Waits as WaitForPendingReads, then closes the file; nothing when the
+  /// file is not open. A closed reader cannot be opened again.
   void Close();
 
-  // Bytes; a power of two found by Open (4096 when the volume reports none).
+  /// Bytes; a power of two found by Open (4096 when the volume reports none).
   std::uint32_t GetDiskSectorSize() const;
 
  private:
@@ -200,10 +201,12 @@ class OSTRA_API AsyncFileReader {
   std::uint32_t mSectorSize;
 };
 
-// Process-wide start and stop of the completion port, its two threads and
-// the request pool. Not nested: the library's Initialize and Terminate
-// call them once each.
+/// Process-wide start and stop of the completion port, its two threads and
+/// the request pool. Not nested: the library's Initialize and Terminate
+/// call them once each.
+///@{
 OSTRA_API void StartupAsyncFileOperations();
 OSTRA_API void ShutdownAsyncFileOperations();
+///@}
 
 }  // namespace Ostra

@@ -1,9 +1,10 @@
-// The host's block cache: the interfaces a host implements to share file
-// blocks between Files, and the call that installs its factory.
-//
-// Both interfaces are reference counted (strata::classref::IRefCounted) and
-// may be called from any thread; IFileBuffer::GetBlock must accept
-// concurrent calls (shared positional reads run it from several threads).
+/// \file
+/// The host's block cache: the interfaces a host implements to share file
+/// blocks between Files, and the call that installs its factory.
+///
+/// Both interfaces are reference counted (strata::classref::IRefCounted) and
+/// may be called from any thread; IFileBuffer::GetBlock must accept
+/// concurrent calls (shared positional reads run it from several threads).
 #pragma once
 
 #include <cstdint>
@@ -14,51 +15,51 @@
 
 namespace Ostra {
 
-// A shared block: page-aligned memory of exactly the File's block size.
+/// A shared block: page-aligned memory of exactly the File's block size.
 typedef strata::allocator::RecycledMemoryRef SharedBlock;
 
-// The cache of one open file.
+/// The cache of one open file.
 class IFileBuffer : public strata::classref::IRefCounted {
  public:
-  // Which file, and which version of it (FILETIME of the last write, size
-  // in bytes), the buffer serves; called once after the file was opened.
+  /// Which file, and which version of it (FILETIME of the last write, size
+  /// in bytes), the buffer serves; called once after the file was opened.
   virtual void SetFile(const std::uint64_t& inLastModificationTime, const UTF16String& inPath,
                        const std::uint64_t& inSize) = 0;
-  // A block freshly read from disk at inOffset.
+  /// A block freshly read from disk at inOffset.
   virtual void AddBlock(SharedBlock inBlock, std::uint64_t inOffset) = 0;
-  // A negative result means the block is not cached.
+  /// A negative result means the block is not cached.
   virtual Result GetBlock(std::uint64_t inOffset, std::uint32_t inSize, SharedBlock& outBlock) = 0;
-  // The File no longer needs the block resident; the cache may purge it.
+  /// The File no longer needs the block resident; the cache may purge it.
   virtual void UnpinBlock(std::uint64_t inOffset, std::uint32_t inSize) = 0;
-  // Keep the block resident until it is unpinned.
+  /// Keep the block resident until it is unpinned.
   virtual void PinBlock(std::uint64_t inOffset, std::uint32_t inSize) = 0;
 };
 
-// Makes a buffer for each File opened for cached reading.
+/// Makes a buffer for each File opened for cached reading.
 class IFileBufferFactory : public strata::classref::IRefCounted {
  public:
-  // May return an empty reference: the File is then read uncached.
+  /// May return an empty reference: the File is then read uncached.
   virtual strata::classref::InterfaceRef<IFileBuffer> CreateFileBuffer() = 0;
 };
 
 namespace Foundation {
 
-// Installs the factory that Files created from now on ask for a buffer; an
-// empty reference uninstalls it. Open Files keep the buffer they have. The
-// library keeps its own reference until the factory is replaced; shutting
-// the library down does not release it. Thread-safe.
+/// Installs the factory that Files created from now on ask for a buffer; an
+/// empty reference uninstalls it. Open Files keep the buffer they have. The
+/// library keeps its own reference until the factory is replaced; shutting
+/// the library down does not release it. Thread-safe.
 OSTRA_API void SetFileBufferFactory(strata::classref::InterfaceRef<IFileBufferFactory> inFactory);
 
-// Starts the library: the first call starts the asynchronous file
-// operations, makes the calling thread the application's main thread and
-// registers the six message stations; later calls only count. Call
-// Terminate once for each Initialize. Thread-safe.
+/// Starts the library: the first call starts the asynchronous file
+/// operations, makes the calling thread the application's main thread and
+/// registers the six message stations; later calls only count. Call
+/// Terminate once for each Initialize. Thread-safe.
 OSTRA_API void Initialize();
 
-// Ends one Initialize; the last ends the main-thread registration, stops
-// the asynchronous file operations (every reader must be closed by then)
-// and shuts tracing down. Stations stay registered and the factory stays
-// installed. A Terminate without its Initialize is not caught.
+/// Ends one Initialize; the last ends the main-thread registration, stops
+/// the asynchronous file operations (every reader must be closed by then)
+/// and shuts tracing down. Stations stay registered and the factory stays
+/// installed. A Terminate without its Initialize is not caught.
 OSTRA_API void Terminate();
 
 }  // namespace Foundation

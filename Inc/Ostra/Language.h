@@ -1,49 +1,51 @@
-// The application's registry locations and its user-interface language.
-//
-// The four key paths are built once, on first use, from the client name and
-// internal version the core library reports, and are relative to a registry
-// root: pass them to RegistryKey::Open or Create with the root you need.
-// The returned references stay valid for the life of the library.
-//
-// The language identifier is a Windows LANGID (primary language in the low
-// 10 bits, sub-language above). It is read once from the string value
-// "Language" under the base key in the current user's hive (a locale code
-// such as "ja_JP" or a decimal number), 1033 when there is none, and may be
-// overridden for the process; the override is never written back.
-//
-// All functions are thread-safe.
+/// \file
+/// The application's registry locations and its user-interface language.
+///
+/// The four key paths are built once, on first use, from the client name and
+/// internal version the core library reports, and are relative to a registry
+/// root: pass them to RegistryKey::Open or Create with the root you need.
+/// The returned references stay valid for the life of the library.
+///
+/// The language identifier is a Windows LANGID (primary language in the low
+/// 10 bits, sub-language above). It is read once from the string value
+/// "Language" under the base key in the current user's hive (a locale code
+/// such as "ja_JP" or a decimal number), 1033 when there is none, and may be
+/// overridden for the process; the override is never written back.
+///
+/// All functions are thread-safe.
 #pragma once
 
 #include "Ostra/OstraConfig.h"
 
 namespace Ostra {
 
-// "Software\Corvane\<client>\<version>\"
+/// `Software\Corvane\<client>\<version>\`
 OSTRA_API const UTF16String& GetRegistryBaseKey();
-// "Software\Corvane\<client>\CurrentVersion", without a trailing separator.
+/// `Software\Corvane\<client>\CurrentVersion`, without a trailing separator.
 OSTRA_API const UTF16String& GetRegistryCurrentVersionKey();
-// The base key followed by "Help\".
+/// The base key followed by "Help\".
 OSTRA_API const UTF16String& GetRegistryHelpKey();
-// The base key followed by "Settings\".
+/// The base key followed by "Settings\".
 OSTRA_API const UTF16String& GetRegistrySettingsKey();
 
-// The process's language identifier; the registry is read on the first call
-// only, and not at all once one of the setters has run.
+/// The process's language identifier; the registry is read on the first call
+/// only, and not at all once one of the setters has run.
 OSTRA_API unsigned short GetLanguageID();
-// GetLanguageID() without its sub-language.
+/// GetLanguageID() without its sub-language.
 OSTRA_API unsigned short GetPrimaryLanguageID();
-// Sets the identifier for this process only.
+/// Sets the identifier for this process only.
 OSTRA_API void SetLanguageID(unsigned short inLanguageID);
-// The locale code of the identifier ("ja_JP"); "en_US" for any identifier
-// without one of the sixteen known codes.
+/// The locale code of the identifier ("ja_JP"); "en_US" for any identifier
+/// without one of the sixteen known codes.
 OSTRA_API UTF16String GetLanguageString();
-// Sets the identifier from one of the sixteen locale codes (exact case, an
-// underscore between the parts) or else from the decimal number the text
-// starts with (its low 16 bits); text that is neither gives 0.
+/// Sets the identifier from one of the sixteen locale codes (exact case, an
+/// underscore between the parts) or else from the decimal number the text
+/// starts with (its low 16 bits); text that is neither gives 0.
 OSTRA_API void SetLanguageString(const UTF16String& inLocaleCode);
 
-// Primary language and sub-language identifiers, equal to the Windows
-// LANG_* and SUBLANG_* values of the same names.
+/// Primary language and sub-language identifiers, equal to the Windows
+/// LANG_* and SUBLANG_* values of the same names.
+///@{
 constexpr unsigned short kLanguage_Neutral = 0x00;
 constexpr unsigned short kLanguage_Invariant = 0x7F;
 constexpr unsigned short kLanguage_Afrikaans = 0x36;
@@ -215,5 +217,6 @@ constexpr unsigned short kSubLanguage_Urdu_Pakistan = 0x01;
 constexpr unsigned short kSubLanguage_Urdu_India = 0x02;
 constexpr unsigned short kSubLanguage_Uzbek_Latin = 0x01;
 constexpr unsigned short kSubLanguage_Uzbek_Cyrillic = 0x02;
+///@}
 
 }  // namespace Ostra

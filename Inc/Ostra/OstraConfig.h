@@ -1,4 +1,5 @@
-// Export macro of OstraFoundation, and the core types every family uses.
+/// \file
+/// Export macro of OstraFoundation, and the core types every family uses.
 #pragma once
 
 #include "strata/Result.h"

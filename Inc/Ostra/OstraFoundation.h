@@ -1,4 +1,5 @@
-// Every family of OstraFoundation.
+/// \file
+/// Every family of OstraFoundation.
 #pragma once
 
 #include "Ostra/AsyncFileReader.h"

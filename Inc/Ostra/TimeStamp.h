@@ -1,8 +1,10 @@
-// A moment as read from the C runtime's process clock (clock(), one tick a
-// millisecond on Windows), reported relative to the moment the library was
-// loaded in seconds, milliseconds or microseconds. A coarse, cheap clock
-// for measuring and for timers, not a media time. A TimeStamp is a value:
-// distinct objects may be used from different threads.
+/// \file
+/// \class Ostra::TimeStamp
+/// A moment as read from the C runtime's process clock (clock(), one tick a
+/// millisecond on Windows), reported relative to the moment the library was
+/// loaded in seconds, milliseconds or microseconds. A coarse, cheap clock
+/// for measuring and for timers, not a media time. A TimeStamp is a value:
+/// distinct objects may be used from different threads.
 #pragma once
 
 #include <memory>
@@ -13,37 +15,47 @@ namespace Ostra {
 
 class OSTRA_API TimeStamp {
  public:
-  // Reads the clock now.
+  /// Reads the clock now.
   TimeStamp();
-  // A stamp at a given clock reading, in clock ticks (milliseconds).
+  /// A stamp at a given clock reading, in clock ticks (milliseconds).
   explicit TimeStamp(double inClockReading);
+  /// Copies are independent values.
+  ///@{
   TimeStamp(const TimeStamp& inOther);
   TimeStamp& operator=(const TimeStamp& inOther);
+  ///@}
   ~TimeStamp();
 
-  void Swap(TimeStamp& ioOther);
+  void Swap(TimeStamp& ioOther);  ///< exchanges the readings; never throws
 
-  // The stamp taken when the library was loaded.
+  /// The stamp taken when the library was loaded.
   static const TimeStamp& GetStartTime();
 
-  // The clock reading itself, in clock ticks.
+  /// The clock reading itself, in clock ticks.
   double GetClockReading() const;
 
-  // Milliseconds since the start time (negative for a stamp made before it).
+  /// Milliseconds since the start time (negative for a stamp made before it).
   double GetElapsedValue() const;
-  double GetMilliSeconds() const;  // the same as GetElapsedValue
+  double GetMilliSeconds() const;  ///< the same as GetElapsedValue
+  /// GetElapsedValue in other units.
+  ///@{
   double GetMicroSeconds() const;
   double GetSeconds() const;
+  ///@}
 
-  // The elapsed time split into whole seconds and the remaining whole
-  // milliseconds, both truncated toward zero and carrying the sign of the
-  // elapsed time. Computed in 64 bits, so a process running for more than
-  // 24.8 days still gets correct parts.
+  /// The elapsed time split into whole seconds and the remaining whole
+  /// milliseconds, both truncated toward zero and carrying the sign of the
+  /// elapsed time. Computed in 64 bits, so a process running for more than
+  /// 24.8 days still gets correct parts.
+  ///@{
   int GetSecondsPart() const;
   int GetMilliSecondsPart() const;
-  // Always 0: the clock has no resolution below a millisecond.
+  ///@}
+  /// Always 0: the clock has no resolution below a millisecond.
   int GetMicroSecondsPart() const;
 
+  /// Compare the clock readings.
+  ///@{
   friend bool operator==(const TimeStamp& inA, const TimeStamp& inB) {
     return inA.GetClockReading() == inB.GetClockReading();
   }
@@ -51,6 +63,7 @@ class OSTRA_API TimeStamp {
   friend bool operator<(const TimeStamp& inA, const TimeStamp& inB) {
     return inA.GetClockReading() < inB.GetClockReading();
   }
+  ///@}
 
  private:
   class PrivateImpl;

@@ -54,7 +54,7 @@ std::string strata_exception::GetKey() const {
   SplitSource(mSource, key, text);
   return key;
 }
-const UTF16String& strata_exception::GetMessage() const { return mMessage; }
+const UTF16String& strata_exception::GetMessageText() const { return mMessage; }
 const char* strata_exception::what() const noexcept { return std::runtime_error::what(); }
 
 UTF16String LocalizeString(const std::string& inSource, const UTF16String& inReplacement1,

@@ -18,7 +18,7 @@ TEST(ThrowError, RaisesTheDefaultTextWithReplacements) {
     EXPECT_EQ(ErrorLevel::kError, e.GetErrorLevel());
     EXPECT_EQ(kPermission, e.GetSource());
     EXPECT_EQ("$$$/Test/Config/Permission", e.GetKey());
-    EXPECT_EQ(L"App cannot open prefs (App again, ^5 and ^ stay)", e.GetMessage());
+    EXPECT_EQ(L"App cannot open prefs (App again, ^5 and ^ stay)", e.GetMessageText());
     EXPECT_STREQ("App cannot open prefs (App again, ^5 and ^ stay)", e.what());
   }
 }

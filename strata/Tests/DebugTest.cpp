@@ -45,7 +45,7 @@ TEST_F(RecordingDialogTest, InputContractShowsItsSiteThenRaises) {
     EXPECT_EQ("$$$/strata/utility/Error/Contract/InputContractViolation=An input contract "
               "violation has occurred!",
               e.GetSource());
-    EXPECT_EQ(L"An input contract violation has occurred!", e.GetMessage());
+    EXPECT_EQ(L"An input contract violation has occurred!", e.GetMessageText());
   }
   ASSERT_EQ(1u, mSeen.size());
   EXPECT_EQ(DialogKind::kInputContract, mSeen[0].kind);
@@ -65,7 +65,7 @@ TEST_F(RecordingDialogTest, OutputContractRaisesItsOwnError) {
     FAIL() << "no exception";
   } catch (const strata::config::strata_exception& e) {
     EXPECT_EQ("$$$/strata/utility/Error/Contract/OutputContractViolation", e.GetKey());
-    EXPECT_EQ(L"An output contract violation has occurred!", e.GetMessage());
+    EXPECT_EQ(L"An output contract violation has occurred!", e.GetMessageText());
   }
   ASSERT_EQ(1u, mSeen.size());
   EXPECT_EQ(DialogKind::kOutputContract, mSeen[0].kind);

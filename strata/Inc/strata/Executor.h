@@ -1,21 +1,22 @@
-// Executors: objects that run posted tasks on threads other than the
-// poster's, and the application's main thread as a place to defer calls to.
-//
-// - CreateAsyncThreadedExecutor: a pool of its own named threads.
-// - CreateCPUBoundExecutor: the process's one pool for CPU work, one thread
-//   per logical processor; it exists while somebody holds a reference.
-// - CreateSubExecutor: a view of another executor that runs at most N of
-//   its tasks at a time; with N = 1 they run one by one in posting order.
-// - GetMainThreadExecutor: tasks run on the registered main thread when
-//   the host pumps them with RunMainThreadCalls.
-//
-// Executors are held by ExecutorRef and are thread-safe. Releasing the
-// last reference runs every task already posted and then joins the
-// executor's threads, so no thread outlives its executor (the one
-// exception: when the last reference goes inside one of the executor's own
-// tasks, that thread ends on its own right after the task). A task that
-// throws is reported through the assertion dialog hook
-// (strata::debug::SetDialogHook); its thread carries on with the next task.
+/// \file
+/// Executors: objects that run posted tasks on threads other than the
+/// poster's, and the application's main thread as a place to defer calls to.
+///
+/// - CreateAsyncThreadedExecutor: a pool of its own named threads.
+/// - CreateCPUBoundExecutor: the process's one pool for CPU work, one thread
+///   per logical processor; it exists while somebody holds a reference.
+/// - CreateSubExecutor: a view of another executor that runs at most N of
+///   its tasks at a time; with N = 1 they run one by one in posting order.
+/// - GetMainThreadExecutor: tasks run on the registered main thread when
+///   the host pumps them with RunMainThreadCalls.
+///
+/// Executors are held by ExecutorRef and are thread-safe. Releasing the
+/// last reference runs every task already posted and then joins the
+/// executor's threads, so no thread outlives its executor (the one
+/// exception: when the last reference goes inside one of the executor's own
+/// tasks, that thread ends on its own right after the task). A task that
+/// throws is reported through the assertion dialog hook
+/// (strata::debug::SetDialogHook); its thread carries on with the next task.
 #pragma once
 
 #include <cstddef>
@@ -31,46 +32,51 @@
 namespace strata {
 namespace threads {
 
-typedef std::function<void()> Task;
+typedef std::function<void()> Task;  ///< one unit of work
 
-// Levels of the system's thread scheduler.
+/// Levels of the system's thread scheduler.
 struct ThreadPriority {
+  /// In rising order.
   enum Type {
     kLowest = 0,
     kBelowNormal = 1,
     kNormal = 2,
-    kAboveNormal = 3,  // threads that mostly wait for I/O
+    kAboveNormal = 3,  ///< threads that mostly wait for I/O
     kHighest = 4,
     kTimeCritical = 5
   };
 };
 
+/// How Executor::Post queues a task; only the default exists.
 struct PostOptions {
+  /// kDefault only.
   enum Type { kDefault = 0 };
 };
 
-// How the threads of a threaded executor are made.
+/// How the threads of a threaded executor are made.
 struct ThreadAttributes {
   ThreadAttributes() : mStackSize(0) {}
-  std::size_t mStackSize;  // bytes; 0 means the system's default
+  std::size_t mStackSize;  ///< bytes; 0 means the system's default
 };
 
-// Called on each new thread before its first task, and after its last.
+/// Called on each new thread before its first task, and after its last.
 typedef std::function<void()> ThreadHook;
 
+/// Runs posted tasks; made by the factory functions below and shared
+/// through ExecutorRef.
 class STRATA_API Executor {
  public:
   virtual ~Executor();
 
-  // Queues inTask and returns at once. inTask must not be empty.
+  /// Queues inTask and returns at once. inTask must not be empty.
   virtual void Post(Task inTask, PostOptions::Type inOptions = PostOptions::kDefault) = 0;
 
-  // Returns when every task posted before this call has run (tasks posted
-  // meanwhile are not waited for). A task must not wait for the executor
-  // it runs on: that is reported as an assertion and returns at once.
+  /// Returns when every task posted before this call has run (tasks posted
+  /// meanwhile are not waited for). A task must not wait for the executor
+  /// it runs on: that is reported as an assertion and returns at once.
   virtual void WaitForAll() = 0;
 
-  virtual std::string GetName() const = 0;
+  virtual std::string GetName() const = 0;  ///< the name it was made with
 
  protected:
   Executor() = default;
@@ -78,13 +84,13 @@ class STRATA_API Executor {
   Executor& operator=(const Executor&) = delete;
 };
 
-typedef boost::shared_ptr<Executor> ExecutorRef;
+typedef boost::shared_ptr<Executor> ExecutorRef;  ///< how executors are held
 
-// An executor with inThreadCount threads of its own, each named inName (the
-// name a debugger shows) and running at inPriority. Tasks start in posting
-// order; with several threads they may finish in any order. Returns an
-// empty reference when the system refuses a thread. inThreadCount must be
-// at least 1 (input contract).
+/// An executor with inThreadCount threads of its own, each named inName (the
+/// name a debugger shows) and running at inPriority. Tasks start in posting
+/// order; with several threads they may finish in any order. Returns an
+/// empty reference when the system refuses a thread. inThreadCount must be
+/// at least 1 (input contract).
 STRATA_API ExecutorRef CreateAsyncThreadedExecutor(const std::string& inName,
                                                    std::uint32_t inThreadCount,
                                                    ThreadPriority::Type inPriority,
@@ -92,39 +98,39 @@ STRATA_API ExecutorRef CreateAsyncThreadedExecutor(const std::string& inName,
                                                    const ThreadHook& inOnEnd,
                                                    const ThreadAttributes& inAttributes);
 
-// The shared pool for CPU work: the same executor for every caller while
-// any reference to it is held; a new one after the last has gone. Empty
-// when the system refuses its threads.
+/// The shared pool for CPU work: the same executor for every caller while
+/// any reference to it is held; a new one after the last has gone. Empty
+/// when the system refuses its threads.
 STRATA_API ExecutorRef CreateCPUBoundExecutor();
 
-// A view of inExecutor that runs at most inMaxConcurrency of its tasks at
-// once (1: one at a time, in posting order). The view keeps inExecutor
-// alive. Releasing the view waits for its posted tasks, except inside a
-// task of any executor (which could be the one they need); they still run
-// later. inExecutor must not be empty and inMaxConcurrency at least 1
-// (input contracts).
+/// A view of inExecutor that runs at most inMaxConcurrency of its tasks at
+/// once (1: one at a time, in posting order). The view keeps inExecutor
+/// alive. Releasing the view waits for its posted tasks, except inside a
+/// task of any executor (which could be the one they need); they still run
+/// later. inExecutor must not be empty and inMaxConcurrency at least 1
+/// (input contracts).
 STRATA_API ExecutorRef CreateSubExecutor(const ExecutorRef& inExecutor,
                                          std::uint32_t inMaxConcurrency);
 
 // -------------------------------------------------------------- main thread
 
-// The registration of a thread as the application's main thread. Calls
-// deferred to the main thread run when the host calls RunMainThreadCalls
-// on it; the adaptor only marks which thread that is. Thread-safe.
+/// The registration of a thread as the application's main thread. Calls
+/// deferred to the main thread run when the host calls RunMainThreadCalls
+/// on it; the adaptor only marks which thread that is. Thread-safe.
 class STRATA_API AsyncEventLoopAdaptor {
  public:
-  // Registers the calling thread (RegisterCurrentThreadAsMainThread).
+  /// Registers the calling thread (RegisterCurrentThreadAsMainThread).
   AsyncEventLoopAdaptor();
-  ~AsyncEventLoopAdaptor();  // ends the registration if still active
+  ~AsyncEventLoopAdaptor();  ///< ends the registration if still active
   AsyncEventLoopAdaptor(const AsyncEventLoopAdaptor&) = delete;
   AsyncEventLoopAdaptor& operator=(const AsyncEventLoopAdaptor&) = delete;
 
-  // Ends this registration; calls again do nothing. When the main thread's
-  // last registration ends on the main thread, the calls still pending run
-  // first; otherwise they wait for the next registration's pump.
+  /// Ends this registration; calls again do nothing. When the main thread's
+  /// last registration ends on the main thread, the calls still pending run
+  /// first; otherwise they wait for the next registration's pump.
   void Unregister();
 
-  // False once unregistered, and for a registration that was refused.
+  /// False once unregistered, and for a registration that was refused.
   bool IsRegistered() const;
 
  private:
@@ -132,36 +138,37 @@ class STRATA_API AsyncEventLoopAdaptor {
   std::unique_ptr<PrivateImpl> mImpl;
 };
 
-typedef boost::shared_ptr<AsyncEventLoopAdaptor> AsyncEventLoopAdaptorRef;
+typedef boost::shared_ptr<AsyncEventLoopAdaptor> AsyncEventLoopAdaptorRef;  ///< how adaptors are held
 
-// Makes the calling thread the main thread. Registrations from the main
-// thread nest; one from another thread while the main thread is registered
-// is reported as an assertion and returns an adaptor that is not
-// registered.
+/// Makes the calling thread the main thread. Registrations from the main
+/// thread nest; one from another thread while the main thread is registered
+/// is reported as an assertion and returns an adaptor that is not
+/// registered.
 STRATA_API AsyncEventLoopAdaptorRef RegisterCurrentThreadAsMainThread();
 
+/// Whether the calling thread is the registered main thread.
 STRATA_API bool IsMainThread();
 
-// Queues inTask for the main thread from any thread; it runs in the next
-// RunMainThreadCalls. Nothing posted is dropped while no thread is
-// registered: it waits for a main thread.
+/// Queues inTask for the main thread from any thread; it runs in the next
+/// RunMainThreadCalls. Nothing posted is dropped while no thread is
+/// registered: it waits for a main thread.
 STRATA_API void PostToMainThread(Task inTask);
 
-// The pump a host calls on the main thread from its idle handler or message
-// loop: runs the calls that were pending when it was called (calls they
-// post wait for the next pump) and returns how many ran. Returns 0 at once
-// on any other thread.
+/// The pump a host calls on the main thread from its idle handler or message
+/// loop: runs the calls that were pending when it was called (calls they
+/// post wait for the next pump) and returns how many ran. Returns 0 at once
+/// on any other thread.
 STRATA_API std::size_t RunMainThreadCalls();
 
-// Called, on the posting thread, when a call is posted while none was
-// pending: a host with a blocking message loop uses it to wake the loop
-// (for example by posting a window message). Empty: no hook. Returns the
-// previous hook.
+/// Called, on the posting thread, when a call is posted while none was
+/// pending: a host with a blocking message loop uses it to wake the loop
+/// (for example by posting a window message). Empty: no hook. Returns the
+/// previous hook.
 STRATA_API ThreadHook SetMainThreadWakeHook(ThreadHook inHook);
 
-// An executor whose tasks go to the main thread (PostToMainThread). Its
-// WaitForAll pumps when called on the main thread and otherwise waits for
-// the main thread to pump.
+/// An executor whose tasks go to the main thread (PostToMainThread). Its
+/// WaitForAll pumps when called on the main thread and otherwise waits for
+/// the main thread to pump.
 STRATA_API ExecutorRef GetMainThreadExecutor();
 
 }  // namespace threads

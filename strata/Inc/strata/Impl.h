@@ -1,5 +1,7 @@
-// Base of every private implementation object: a class owns exactly one and
-// deletes it through this virtual destructor. Not copyable.
+/// \file
+/// \class strata::Impl
+/// Base of every private implementation object: a class owns exactly one and
+/// deletes it through this virtual destructor. Not copyable.
 #pragma once
 
 #include "strata/StrataConfig.h"

@@ -1,4 +1,5 @@
-// The whole strata core library.
+/// \file
+/// The whole strata core library.
 #pragma once
 
 #include "strata/Allocator.h"

@@ -1,4 +1,5 @@
-// Export macro of the strata core library.
+/// \file
+/// Export macro of the strata core library.
 #pragma once
 
 #if defined(_WIN32)

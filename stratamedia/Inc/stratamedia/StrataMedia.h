@@ -1,4 +1,5 @@
-// The whole stratamedia media-types library.
+/// \file
+/// The whole stratamedia media-types library.
 #pragma once
 
 #include "stratamedia/StrataMediaConfig.h"
@@ -7,7 +8,7 @@
 
 namespace stratamedia {
 
-// The library's version as "major.minor"; lets a host check what it loaded.
+/// The library's version as "major.minor"; lets a host check what it loaded.
 STRATAMEDIA_API const char* GetVersionString();
 
 }  // namespace stratamedia

@@ -1,4 +1,5 @@
-// Export macro of the stratamedia media-types library.
+/// \file
+/// Export macro of the stratamedia media-types library.
 #pragma once
 
 #if defined(_WIN32)
