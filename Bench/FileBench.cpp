@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "BenchHarness.h"
-#include "BlockCache.h"
+#include "Ostra/BlockCache.h"
 #include "Ostra/File.h"
 #include "Ostra/PathUtils.h"
 #include "strata/Allocator.h"
@@ -105,8 +105,7 @@ int main() {
   std::vector<unsigned char> buffer(kBlockSize);
 
   // ---------------------------------------------------------- warm cache
-  InterfaceRef<OstraTools::BlockCacheFactory> cache =
-      MakeInterface<OstraTools::BlockCacheFactory>(2 * kWarmFileSize);
+  InterfaceRef<Ostra::BlockCache> cache = Ostra::BlockCache::Create(2 * kWarmFileSize);
   Ostra::Foundation::SetFileBufferFactory(cache);
   {
     File file;
@@ -208,7 +207,7 @@ int main() {
       OstraBench::Measure("File::Read, empty cache each pass", kColdFileSize, [&] {
         // A cache of 64 MiB: the pass evicts as it goes, like a real host.
         Ostra::Foundation::SetFileBufferFactory(
-            MakeInterface<OstraTools::BlockCacheFactory>(64ull << 20));
+            Ostra::BlockCache::Create(64ull << 20));
         File file;
         if (strata::ResultSucceeded(OpenCached(file, coldPath))) ReadThrough(file, buffer, kBigChunk);
         Ostra::Foundation::SetFileBufferFactory({});

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "BlockCache.h"
+#include "Ostra/BlockCache.h"
 #include "Ostra/File.h"
 #include "Ostra/Result.h"
 #include "Support/HandleCount.h"
@@ -575,8 +575,7 @@ TEST_F(FileTest, ConcurrentReadAtReturnsExactBytesWithoutMovingThePosition) {
   const std::uint64_t size = 40 * kBlock + 321;
   const std::wstring path = MakeFile(L"shared.bin", Pattern(0, size));
   // A budget of a few blocks forces evictions and re-reads while threads race.
-  InterfaceRef<OstraTools::BlockCacheFactory> cache =
-      MakeInterface<OstraTools::BlockCacheFactory>(6 * kBlock);
+  InterfaceRef<Ostra::BlockCache> cache = Ostra::BlockCache::Create(6 * kBlock);
   for (bool cached : {true, false}) {
     SCOPED_TRACE(cached ? "cached" : "direct");
     Ostra::Foundation::SetFileBufferFactory(
@@ -620,7 +619,7 @@ TEST_F(FileTest, ConcurrentReadAtReturnsExactBytesWithoutMovingThePosition) {
     std::uint32_t read = 0;
     EXPECT_EQ(Ostra::eUnknown, file.ReadAt(&byte, -1, 1, read));
   }
-  const OstraTools::BlockCacheStatistics statistics = cache->GetStatistics();
+  const Ostra::BlockCacheStatistics statistics = cache->GetStatistics();
   EXPECT_GT(statistics.hits, 0u);
   EXPECT_GT(statistics.evictions, 0u);
   EXPECT_EQ(0u, statistics.pinnedBlocks) << "Close left blocks pinned";
