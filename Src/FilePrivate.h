@@ -1,15 +1,18 @@
 // The state of a File and the steps shared by its portable and Windows
 // halves: the cached read loop and the pinning of loaded blocks live in
-// File.cpp, the calls that touch the handle in Win/WinFile.cpp.
+// File.cpp, read-ahead in FileReadAhead.cpp, the calls that touch the
+// handle in Win/WinFile.cpp.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
 #include <map>
+#include <memory>
 
 #include "Ostra/File.h"
 #include "Ostra/Foundation.h"
 #include "Win/ScopedHandle.h"
+#include "strata/Executor.h"
 #include "strata/Impl.h"
 #include "strata/Threads.h"
 
@@ -17,6 +20,60 @@ namespace Ostra {
 
 // -1 as the plain failure of the few File operations that report no code.
 constexpr Result kFileMinusOne = static_cast<Result>(0xFFFFFFFFu);
+
+// ReadFile at an offset given in an OVERLAPPED (no event): the file
+// pointer is not consulted. The end of the file is success with 0 bytes.
+// Win/WinFile.cpp.
+Result ReadFileAt(void* inHandle, std::uint64_t inOffset, void* outData, std::uint32_t inSize,
+                  std::uint32_t& outBytes);
+
+// The blocks a sequentially read File asks for before it gets there, read
+// positionally on the library's read-ahead thread and handed to the File's
+// cache. The reading thread calls every member; the read-ahead thread only
+// works through the tasks it is given. Nothing here reports a failure: a
+// block that could not be read ahead is read by the File itself.
+class ReadAhead : public std::enable_shared_from_this<ReadAhead> {
+ public:
+  // Empty when the read-ahead thread cannot be had.
+  static std::shared_ptr<ReadAhead> Start(void* inHandle,
+                                          strata::classref::InterfaceRef<IFileBuffer> inBuffer);
+  ReadAhead(void* inHandle, strata::classref::InterfaceRef<IFileBuffer> inBuffer,
+            strata::threads::ExecutorRef inExecutor);
+
+  // Queues the inDepth blocks after inBlockStart that are below inSize and
+  // not queued yet.
+  void Schedule(std::uint64_t inBlockStart, std::uint32_t inBlockSize, std::uint32_t inDepth,
+                std::uint64_t inSize);
+  // The block at inBlockStart if it was read ahead: waits while it is being
+  // read; one only queued is dropped (the caller reads it sooner itself).
+  // outValid: the bytes that hold file data; outFromDisk: read from disk
+  // rather than found in the cache.
+  bool Take(std::uint64_t inBlockStart, std::uint32_t inBlockSize, SharedBlock& outBlock,
+            std::uint32_t& outValid, bool& outFromDisk);
+  // Drops what is queued (a jump: reading is not sequential any more).
+  void Stop();
+  // Stop, and wait for the read in progress; then the handle may close.
+  void Shutdown();
+
+  // Held around the File's own AddBlock, PinBlock and UnpinBlock calls, so
+  // that the cache never sees them at the same time as the read-ahead
+  // thread's AddBlock (a host's cache need only take GetBlock concurrently).
+  strata::threads::RecursiveMutex& CacheCallMutex() { return mMutex; }
+
+ private:
+  struct Slot;
+  void ReadOne(std::uint64_t inBlockStart);
+
+  void* const mHandle;
+  const strata::threads::ExecutorRef mExecutor;
+  strata::threads::RecursiveMutex mMutex;
+  // Opened whenever a read ends; the reading thread waits at it.
+  strata::threads::Gate mChanged;
+  strata::classref::InterfaceRef<IFileBuffer> mBuffer;
+  std::map<std::uint64_t, std::shared_ptr<Slot>> mSlots;
+  int mReading = 0;
+  bool mShutDown = false;
+};
 
 class File::PrivateImpl : public strata::Impl {
  public:
@@ -34,8 +91,31 @@ class File::PrivateImpl : public strata::Impl {
                     std::uint32_t inCount, std::uint32_t& outRead,
                     strata::threads::RecursiveMutex* ioMutex);
 
+  // Finds the block at inBlockStart that is not the last block: read
+  // ahead, from the cache, or from disk; outValid as for ReadAhead::Take.
+  Result EnterBlock(std::uint64_t inBlockStart, std::uint64_t inSize,
+                    strata::threads::RecursiveMutex* ioMutex, SharedBlock& outBlock,
+                    std::uint32_t& outValid);
+  // Makes inBlock the last block (under ioMutex when there is one) and,
+  // for File::Read, the block of its hit path.
+  void SetLastBlock(std::uint64_t inBlockStart, const SharedBlock& inBlock, std::uint32_t inValid,
+                    std::uint64_t inSize, strata::threads::RecursiveMutex* ioMutex);
+  // AddBlock and pinning of a block the File read itself or had read ahead.
+  void AddAndPin(std::uint64_t inBlockStart, const SharedBlock& inBlock, bool inAdd);
   // Keeps the most recently loaded blocks pinned, oldest out first.
   void PinLoadedBlock(std::uint64_t inBlockStart);
+  // Forgets the hit path's block.
+  void ClearHitBlock() {
+    mHitBlock.reset();
+    mHitData = nullptr;
+    mHitStart = 0;
+    mHitLength = 0;
+  }
+  // Stops read-ahead and waits for the read in progress.
+  void StopReadAhead() {
+    if (mReadAhead) mReadAhead->Shutdown();
+    mReadAhead.reset();
+  }
 
   // Reads inSize bytes at inBlockStart into outData: positionally (an
   // OVERLAPPED offset) or by moving the file pointer first. outBytes is
@@ -56,6 +136,19 @@ class File::PrivateImpl : public strata::Impl {
   int mMultiBufferCount = 0;
   // Time stamp of pinning => block offset.
   std::map<std::uint64_t, std::uint64_t> mPinnedBlocks;
+
+  // What File::Read copies from without entering the read loop: file bytes
+  // [mHitStart, mHitStart + mHitLength) at mHitData, inside mHitBlock (its
+  // own reference: ReadAt may replace the last block meanwhile).
+  SharedBlock mHitBlock;
+  const unsigned char* mHitData = nullptr;
+  std::uint64_t mHitStart = 0;
+  std::uint64_t mHitLength = 0;
+
+  // Blocks to read ahead of a sequential File::Read; 0: none. Kept across Close.
+  std::uint32_t mReadAheadBlocks = 0;
+  // While open, cached and reading ahead.
+  std::shared_ptr<ReadAhead> mReadAhead;
 };
 
 class SharedFile::PrivateImpl : public strata::Impl {

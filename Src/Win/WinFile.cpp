@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "../FilePrivate.h"
@@ -75,8 +76,6 @@ std::uint64_t ClampedMove(std::uint64_t inBase, std::int64_t inDelta, std::uint6
   return back >= inBase ? 0 : inBase - back;
 }
 
-// ReadFile at an offset given in an OVERLAPPED (no event): the file
-// pointer is not consulted. The end of the file is success with 0 bytes.
 Result ReadAtOffset(HANDLE inHandle, std::uint64_t inOffset, void* outData, std::uint32_t inSize,
                     std::uint32_t& outBytes) {
   OVERLAPPED overlapped = {};
@@ -150,6 +149,11 @@ Result GetPathAttributes(const UTF16String& inPath, bool inWantFolder,
 
 // ---------------------------------------------------------------- reading
 
+Result ReadFileAt(void* inHandle, std::uint64_t inOffset, void* outData, std::uint32_t inSize,
+                  std::uint32_t& outBytes) {
+  return ReadAtOffset(inHandle, inOffset, outData, inSize, outBytes);
+}
+
 Result File::PrivateImpl::ReadBlockFromDisk(std::uint64_t inBlockStart, bool inPositional,
                                             unsigned char* outData, std::uint32_t inSize,
                                             std::uint32_t& outBytes) {
@@ -167,6 +171,16 @@ Result File::PrivateImpl::ReadBlockFromDisk(std::uint64_t inBlockStart, bool inP
 }
 
 Result File::Read(void* outBuffer, std::uint32_t inCount, std::uint32_t& outRead) {
+  PrivateImpl& impl = *mImpl;
+  // The hit path: all of it inside the last block (never true for a File
+  // that is closed or uncached, whose hit length is 0).
+  const std::uint64_t offset = impl.mPosition - impl.mHitStart;
+  if (offset < impl.mHitLength && inCount <= impl.mHitLength - offset) {
+    std::memcpy(outBuffer, impl.mHitData + offset, inCount);
+    impl.mPosition += inCount;
+    outRead = inCount;
+    return kSuccess;
+  }
   outRead = 0;
   // Read has no assertion of its own; a closed File reads nothing.
   if (!IsOpen()) return eFileNotFound;
@@ -268,6 +282,9 @@ Result File::Open(const UTF16String& inPath, FileAccessFlags::Type inAccess, Fil
 }
 
 void File::Close() {
+  // Read-ahead reads through the handle: it ends first.
+  mImpl->StopReadAhead();
+  mImpl->ClearHitBlock();
   mImpl->mHandle.Close();
   if (!mImpl->mPinnedBlocks.empty()) {
     for (const auto& pinned : mImpl->mPinnedBlocks)
