@@ -115,10 +115,8 @@ Result File::PrivateImpl::EnterBlock(std::uint64_t inBlockStart, std::uint64_t i
   outBlock = strata::allocator::RecycledMemory::Create(blockSize);
   if (!outBlock) return eOutOfMemory;
   std::uint32_t got = 0;
-  // Positional while another thread reads the same handle: the file
-  // pointer is not the File's alone then.
-  const Result result = ReadBlockFromDisk(inBlockStart, ioMutex != nullptr || ahead != nullptr,
-                                          outBlock->GetData(), blockSize, got);
+  const Result result =
+      ReadBlockFromDisk(inBlockStart, ioMutex != nullptr, outBlock->GetData(), blockSize, got);
   if (!strata::ResultSucceeded(result)) return result;
   // Recycled memory holds whatever its last user left; a short block
   // must not show that to the cache's later readers.

@@ -21,23 +21,31 @@ namespace Ostra {
 // -1 as the plain failure of the few File operations that report no code.
 constexpr Result kFileMinusOne = static_cast<Result>(0xFFFFFFFFu);
 
-// ReadFile at an offset given in an OVERLAPPED (no event): the file
-// pointer is not consulted. The end of the file is success with 0 bytes.
+// A second handle on the open file of inHandle, for reading only and
+// unbuffered like a cached File's, with a file pointer of its own; an
+// invalid one when the system refuses (the File shares no reading).
 // Win/WinFile.cpp.
-Result ReadFileAt(void* inHandle, std::uint64_t inOffset, void* outData, std::uint32_t inSize,
-                  std::uint32_t& outBytes);
+void* ReopenForReading(void* inHandle);
+
+// Reads inSize bytes at inOffset with the file pointer, moving it there
+// first unless ioPointer says it is there already; ioPointer then says
+// where it is (unknown after a failure). Win/WinFile.cpp.
+Result ReadSequentially(void* inHandle, std::uint64_t inOffset, std::uint64_t& ioPointer,
+                        void* outData, std::uint32_t inSize, std::uint32_t& outBytes);
 
 // The blocks a sequentially read File asks for before it gets there, read
-// positionally on the library's read-ahead thread and handed to the File's
-// cache. The reading thread calls every member; the read-ahead thread only
-// works through the tasks it is given. Nothing here reports a failure: a
-// block that could not be read ahead is read by the File itself.
+// on the library's read-ahead thread through a handle of its own (reads at
+// an offset cost twice what reads in order cost under Wine) and handed to
+// the File's cache. The reading thread calls every member; the read-ahead
+// thread only runs the tasks it is given. Nothing here reports a failure:
+// a block that could not be read ahead is read by the File itself.
 class ReadAhead : public std::enable_shared_from_this<ReadAhead> {
  public:
-  // Empty when the read-ahead thread cannot be had.
-  static std::shared_ptr<ReadAhead> Start(void* inHandle,
+  // Empty when the read-ahead thread or a second handle on the File's
+  // file cannot be had.
+  static std::shared_ptr<ReadAhead> Start(void* inFileHandle,
                                           strata::classref::InterfaceRef<IFileBuffer> inBuffer);
-  ReadAhead(void* inHandle, strata::classref::InterfaceRef<IFileBuffer> inBuffer,
+  ReadAhead(Win::ScopedHandle&& ioHandle, strata::classref::InterfaceRef<IFileBuffer> inBuffer,
             strata::threads::ExecutorRef inExecutor);
 
   // Queues the inDepth blocks after inBlockStart that are below inSize and
@@ -52,7 +60,7 @@ class ReadAhead : public std::enable_shared_from_this<ReadAhead> {
             std::uint32_t& outValid, bool& outFromDisk);
   // Drops what is queued (a jump: reading is not sequential any more).
   void Stop();
-  // Stop, and wait for the read in progress; then the handle may close.
+  // Stop, wait for the read in progress and close the second handle.
   void Shutdown();
 
   // Held around the File's own AddBlock, PinBlock and UnpinBlock calls, so
@@ -64,7 +72,9 @@ class ReadAhead : public std::enable_shared_from_this<ReadAhead> {
   struct Slot;
   void ReadOne(std::uint64_t inBlockStart);
 
-  void* const mHandle;
+  // Used by the read-ahead thread only, one task at a time.
+  Win::ScopedHandle mHandle;
+  std::uint64_t mPointer = 0;
   const strata::threads::ExecutorRef mExecutor;
   strata::threads::RecursiveMutex mMutex;
   // Opened whenever a read ends; the reading thread waits at it.

@@ -2,6 +2,7 @@
 // the first File starts reading ahead and ended when the last stops, reads
 // the queued blocks of every File in the order they were queued.
 #include <cstring>
+#include <utility>
 
 #include <boost/weak_ptr.hpp>
 
@@ -41,16 +42,19 @@ struct ReadAhead::Slot {
   bool fromDisk = false;
 };
 
-std::shared_ptr<ReadAhead> ReadAhead::Start(void* inHandle,
+std::shared_ptr<ReadAhead> ReadAhead::Start(void* inFileHandle,
                                             strata::classref::InterfaceRef<IFileBuffer> inBuffer) {
+  Win::ScopedHandle handle(ReopenForReading(inFileHandle));
+  if (!handle.IsValid()) return {};
   strata::threads::ExecutorRef executor = AcquireReadAheadExecutor();
   if (!executor) return {};
-  return std::make_shared<ReadAhead>(inHandle, std::move(inBuffer), std::move(executor));
+  return std::make_shared<ReadAhead>(std::move(handle), std::move(inBuffer), std::move(executor));
 }
 
-ReadAhead::ReadAhead(void* inHandle, strata::classref::InterfaceRef<IFileBuffer> inBuffer,
+ReadAhead::ReadAhead(Win::ScopedHandle&& ioHandle,
+                     strata::classref::InterfaceRef<IFileBuffer> inBuffer,
                      strata::threads::ExecutorRef inExecutor)
-    : mHandle(inHandle), mExecutor(std::move(inExecutor)), mChanged(true),
+    : mHandle(std::move(ioHandle)), mExecutor(std::move(inExecutor)), mChanged(true),
       mBuffer(std::move(inBuffer)) {}
 
 void ReadAhead::Schedule(std::uint64_t inBlockStart, std::uint32_t inBlockSize,
@@ -94,8 +98,8 @@ void ReadAhead::ReadOne(std::uint64_t inBlockStart) {
     valid = blockSize;
   } else {
     block = strata::allocator::RecycledMemory::Create(blockSize);
-    if (block &&
-        strata::ResultSucceeded(ReadFileAt(mHandle, inBlockStart, block->GetData(), blockSize, valid))) {
+    if (block && strata::ResultSucceeded(ReadSequentially(mHandle.Get(), inBlockStart, mPointer,
+                                                          block->GetData(), blockSize, valid))) {
       // As the File's own read: a short block shows no stale memory.
       if (valid < blockSize) std::memset(block->GetData() + valid, 0, blockSize - valid);
       fromDisk = true;
@@ -154,6 +158,7 @@ void ReadAhead::Shutdown() {
     mMutex.Lock();
   }
   mBuffer.Reset();
+  mHandle.Close();
 }
 
 }  // namespace Ostra

@@ -3,6 +3,7 @@
 // reads, and the operations on files by path.
 #include <windows.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -76,6 +77,8 @@ std::uint64_t ClampedMove(std::uint64_t inBase, std::int64_t inDelta, std::uint6
   return back >= inBase ? 0 : inBase - back;
 }
 
+// ReadFile at an offset given in an OVERLAPPED (no event): the file
+// pointer is not consulted. The end of the file is success with 0 bytes.
 Result ReadAtOffset(HANDLE inHandle, std::uint64_t inOffset, void* outData, std::uint32_t inSize,
                     std::uint32_t& outBytes) {
   OVERLAPPED overlapped = {};
@@ -149,9 +152,30 @@ Result GetPathAttributes(const UTF16String& inPath, bool inWantFolder,
 
 // ---------------------------------------------------------------- reading
 
-Result ReadFileAt(void* inHandle, std::uint64_t inOffset, void* outData, std::uint32_t inSize,
-                  std::uint32_t& outBytes) {
-  return ReadAtOffset(inHandle, inOffset, outData, inSize, outBytes);
+void* ReopenForReading(void* inHandle) {
+  return ::ReOpenFile(inHandle, GENERIC_READ,
+                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                      FILE_FLAG_NO_BUFFERING);
+}
+
+Result ReadSequentially(void* inHandle, std::uint64_t inOffset, std::uint64_t& ioPointer,
+                        void* outData, std::uint32_t inSize, std::uint32_t& outBytes) {
+  outBytes = 0;
+  if (ioPointer != inOffset) {
+    LARGE_INTEGER start;
+    start.QuadPart = static_cast<LONGLONG>(inOffset);
+    ioPointer = UINT64_MAX;
+    if (!::SetFilePointerEx(inHandle, start, nullptr, FILE_BEGIN))
+      return Win::SystemErrorToOstraResult(::GetLastError());
+  }
+  DWORD got = 0;
+  if (!::ReadFile(inHandle, outData, inSize, &got, nullptr)) {
+    ioPointer = UINT64_MAX;
+    return Win::SystemErrorToOstraResult(::GetLastError());
+  }
+  ioPointer = inOffset + got;
+  outBytes = got;
+  return kSuccess;
 }
 
 Result File::PrivateImpl::ReadBlockFromDisk(std::uint64_t inBlockStart, bool inPositional,
@@ -159,15 +183,9 @@ Result File::PrivateImpl::ReadBlockFromDisk(std::uint64_t inBlockStart, bool inP
                                             std::uint32_t& outBytes) {
   outBytes = 0;
   if (inPositional) return ReadAtOffset(mHandle.Get(), inBlockStart, outData, inSize, outBytes);
-  LARGE_INTEGER start;
-  start.QuadPart = static_cast<LONGLONG>(inBlockStart);
-  if (!::SetFilePointerEx(mHandle.Get(), start, nullptr, FILE_BEGIN))
-    return Win::SystemErrorToOstraResult(::GetLastError());
-  DWORD got = 0;
-  if (!::ReadFile(mHandle.Get(), outData, inSize, &got, nullptr))
-    return Win::SystemErrorToOstraResult(::GetLastError());
-  outBytes = got;
-  return kSuccess;
+  // Always moved: the pointer is the File's, and its callers may use it.
+  std::uint64_t unknown = UINT64_MAX;
+  return ReadSequentially(mHandle.Get(), inBlockStart, unknown, outData, inSize, outBytes);
 }
 
 Result File::Read(void* outBuffer, std::uint32_t inCount, std::uint32_t& outRead) {
