@@ -61,8 +61,13 @@ Result File::PrivateImpl::CachedRead(std::uint64_t inPosition, std::uint64_t inS
     {
       OptionalLock lock(ioMutex);
       // A block of another size (SetBufferSize on an open File) is not reused.
-      if (blockStart == mLastBlockOffset && mLastBlock && mLastBlock->GetSize() >= blockSize)
+      if (blockStart == mLastBlockOffset && mLastBlock && mLastBlock->GetSize() >= blockSize) {
         block = mLastBlock;
+      } else if (ioMutex) {
+        for (const auto& recent : mRecentBlocks)
+          if (recent.first == blockStart && recent.second && recent.second->GetSize() >= blockSize)
+            block = recent.second;
+      }
     }
     if (!block) {
       const Result result = EnterBlock(blockStart, inSize, ioMutex, block, valid);
@@ -123,7 +128,7 @@ Result File::PrivateImpl::EnterBlock(std::uint64_t inBlockStart, std::uint64_t i
   if (got < blockSize) std::memset(outBlock->GetData() + got, 0, blockSize - got);
   outValid = got;
   OptionalLock lock(ioMutex);
-  SetLastBlock(inBlockStart, outBlock, got, inSize, nullptr);
+  SetLastBlock(inBlockStart, outBlock, got, inSize, ioMutex);
   AddAndPin(inBlockStart, outBlock, true);
   return kSuccess;
 }
@@ -134,7 +139,12 @@ void File::PrivateImpl::SetLastBlock(std::uint64_t inBlockStart, const SharedBlo
   OptionalLock lock(ioMutex);
   mLastBlockOffset = inBlockStart;
   mLastBlock = inBlock;
-  if (ioMutex) return;  // shared reads leave File::Read's hit path alone
+  if (ioMutex) {
+    // Shared reads leave File::Read's hit path alone.
+    mRecentBlocks[mNextRecent] = std::make_pair(inBlockStart, inBlock);
+    mNextRecent = (mNextRecent + 1) % kRecentBlocks;
+    return;
+  }
   mHitBlock = inBlock;
   mHitData = inBlock->GetData();
   mHitStart = inBlockStart;

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <utility>
 
 #include "Ostra/File.h"
 #include "Ostra/Foundation.h"
@@ -154,6 +155,13 @@ class File::PrivateImpl : public strata::Impl {
   const unsigned char* mHitData = nullptr;
   std::uint64_t mHitStart = 0;
   std::uint64_t mHitLength = 0;
+
+  // Shared reads also keep the few blocks used before the last, so that
+  // threads reading different blocks do not keep replacing each other's
+  // block and asking the cache again. Under the SharedFile's mutex.
+  static const std::size_t kRecentBlocks = 4;
+  std::pair<std::uint64_t, SharedBlock> mRecentBlocks[kRecentBlocks];
+  std::size_t mNextRecent = 0;
 
   // Blocks to read ahead of a sequential File::Read; 0: none. Kept across Close.
   std::uint32_t mReadAheadBlocks = 0;

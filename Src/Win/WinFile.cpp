@@ -311,6 +311,7 @@ void File::Close() {
   }
   mImpl->mFileBuffer.Reset();
   mImpl->mLastBlock.reset();
+  for (auto& recent : mImpl->mRecentBlocks) recent.second.reset();
   mImpl->mKnownSize.store(0);
 }
 
