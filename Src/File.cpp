@@ -91,8 +91,11 @@ Result File::PrivateImpl::EnterBlock(std::uint64_t inBlockStart, std::uint64_t i
   const std::uint32_t blockSize = mBlockSize;
   outValid = blockSize;
   // Shared reads do not read ahead: their threads' order says nothing.
-  if (!ioMutex && mReadAheadBlocks > 0 && !mReadAhead)
+  if (!ioMutex && mReadAheadBlocks > 0 && !mReadAhead && !mReadAheadRefused) {
     mReadAhead = ReadAhead::Start(mHandle.Get(), mFileBuffer);
+    // Asked once per opening: a File that shares no reading stays without.
+    mReadAheadRefused = !mReadAhead;
+  }
   ReadAhead* const ahead = ioMutex ? nullptr : mReadAhead.get();
   if (ahead) {
     // The block after the last one: read the next ones ahead, before this

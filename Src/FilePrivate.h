@@ -126,6 +126,7 @@ class File::PrivateImpl : public strata::Impl {
   void StopReadAhead() {
     if (mReadAhead) mReadAhead->Shutdown();
     mReadAhead.reset();
+    mReadAheadRefused = false;
   }
 
   // Reads inSize bytes at inBlockStart into outData: positionally (an
@@ -167,6 +168,8 @@ class File::PrivateImpl : public strata::Impl {
   std::uint32_t mReadAheadBlocks = 0;
   // While open, cached and reading ahead.
   std::shared_ptr<ReadAhead> mReadAhead;
+  // Read-ahead could not start for this opening.
+  bool mReadAheadRefused = false;
 };
 
 class SharedFile::PrivateImpl : public strata::Impl {

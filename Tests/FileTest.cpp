@@ -437,6 +437,20 @@ TEST_F(FileTest, ReadAheadEndsWithCloseAndNeverChangesWhatReadReturns) {
     EXPECT_EQ(added, factory->mLast->Calls("add").size()) << "a read after Close";
     EXPECT_EQ(1, factory->mLast->GetRefCount()) << "read-ahead kept the buffer";
   }
+  {
+    // A File that shares no reading cannot be opened again for read-ahead:
+    // it reads on its own.
+    InterfaceRef<RecordingFactory> factory = InstallRecordingFactory();
+    File file;
+    file.SetReadAhead(4);
+    file.SetBufferSize(kBlock);
+    ASSERT_EQ(Ostra::kSuccess,
+              file.Create(path, Ostra::FileAccessFlags::kFileRead, Ostra::FileShareModeFlags::kShareDelete,
+                          Ostra::FileCreateDispositionFlags::kOpenExisting,
+                          Ostra::FileAttributesFlags::kNormal, false));
+    EXPECT_EQ(Pattern(0, size), ReadAll(file, 10000));
+    EXPECT_EQ(0, factory->mLast->mAddsFromOtherThreads.load());
+  }
 
   // A cache that finds nothing, and a file cut short under a File that lets
   // writers in (read-ahead then reads short blocks and nothing past the
