@@ -138,7 +138,9 @@ class OSTRA_API File {
   // SetMultiBufferCount still bounds the pins. What Read returns never
   // changes: a block that could not be read ahead is read by Read as
   // without read-ahead, and reports its own failure if it has one. Close
-  // waits for the block being read. SharedFile::ReadAt does not read ahead.
+  // waits for the block being read. Read-ahead reads through a second
+  // handle on the file, so a File that does not share reading (no
+  // kShareRead) reads without it. SharedFile::ReadAt does not read ahead.
   void SetReadAhead(std::uint32_t inBlocks);
 
   // FILETIME values of the open handle.

@@ -183,7 +183,7 @@ Result File::PrivateImpl::ReadBlockFromDisk(std::uint64_t inBlockStart, bool inP
                                             std::uint32_t& outBytes) {
   outBytes = 0;
   if (inPositional) return ReadAtOffset(mHandle.Get(), inBlockStart, outData, inSize, outBytes);
-  // Always moved: the pointer is the File's, and its callers may use it.
+  // Always moved: whoever holds the File's handle may have moved it.
   std::uint64_t unknown = UINT64_MAX;
   return ReadSequentially(mHandle.Get(), inBlockStart, unknown, outData, inSize, outBytes);
 }
@@ -300,7 +300,7 @@ Result File::Open(const UTF16String& inPath, FileAccessFlags::Type inAccess, Fil
 }
 
 void File::Close() {
-  // Read-ahead reads through the handle: it ends first.
+  // Read-ahead ends first: it hands blocks to the buffer Close lets go.
   mImpl->StopReadAhead();
   mImpl->ClearHitBlock();
   mImpl->mHandle.Close();
