@@ -102,6 +102,10 @@ class File::PrivateImpl : public strata::Impl {
                     std::uint32_t inCount, std::uint32_t& outRead,
                     strata::threads::RecursiveMutex* ioMutex);
 
+  // File::Read when the hit path cannot serve it (kept out of line, so
+  // that the hit path needs no stack frame).
+  Result ReadBeyondHitBlock(const File& inFile, void* outBuffer, std::uint32_t inCount,
+                            std::uint32_t& outRead);
   // Finds the block at inBlockStart that is not the last block: read
   // ahead, from the cache, or from disk; outValid as for ReadAhead::Take.
   Result EnterBlock(std::uint64_t inBlockStart, std::uint64_t inSize,

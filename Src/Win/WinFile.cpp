@@ -2,10 +2,10 @@
 // reads and writes, the file pointer, times and sizes, shared positional
 // reads, and the operations on files by path.
 #include <windows.h>
+#include <intrin.h>
 
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "../FilePrivate.h"
@@ -75,6 +75,14 @@ std::uint64_t ClampedMove(std::uint64_t inBase, std::int64_t inDelta, std::uint6
   }
   const std::uint64_t back = static_cast<std::uint64_t>(-(inDelta + 1)) + 1;
   return back >= inBase ? 0 : inBase - back;
+}
+
+// The string moves the compiler emits for a copy of known size: the C
+// runtime's memcpy under Wine copied 64 KiB pieces about a fifth slower.
+inline void CopyBytes(unsigned char* outTo, const unsigned char* inFrom, std::uint32_t inCount) {
+  __movsq(reinterpret_cast<unsigned long long*>(outTo),
+          reinterpret_cast<const unsigned long long*>(inFrom), inCount / 8);
+  __movsb(outTo + (inCount & ~7u), inFrom + (inCount & ~7u), inCount & 7u);
 }
 
 // ReadFile at an offset given in an OVERLAPPED (no event): the file
@@ -194,22 +202,27 @@ Result File::Read(void* outBuffer, std::uint32_t inCount, std::uint32_t& outRead
   // that is closed or uncached, whose hit length is 0).
   const std::uint64_t offset = impl.mPosition - impl.mHitStart;
   if (offset < impl.mHitLength && inCount <= impl.mHitLength - offset) {
-    std::memcpy(outBuffer, impl.mHitData + offset, inCount);
+    CopyBytes(static_cast<unsigned char*>(outBuffer), impl.mHitData + offset, inCount);
     impl.mPosition += inCount;
     outRead = inCount;
     return kSuccess;
   }
+  return impl.ReadBeyondHitBlock(*this, outBuffer, inCount, outRead);
+}
+
+Result File::PrivateImpl::ReadBeyondHitBlock(const File& inFile, void* outBuffer,
+                                             std::uint32_t inCount, std::uint32_t& outRead) {
   outRead = 0;
   // Read has no assertion of its own; a closed File reads nothing.
-  if (!IsOpen()) return eFileNotFound;
-  if (mImpl->IsCached()) {
+  if (!inFile.IsOpen()) return eFileNotFound;
+  if (IsCached()) {
     const Result result =
-        mImpl->CachedRead(mImpl->mPosition, SizeOnDisk(), outBuffer, inCount, outRead, nullptr);
-    if (strata::ResultSucceeded(result)) mImpl->mPosition += outRead;
+        CachedRead(mPosition, inFile.SizeOnDisk(), outBuffer, inCount, outRead, nullptr);
+    if (strata::ResultSucceeded(result)) mPosition += outRead;
     return result;
   }
   DWORD got = 0;
-  const BOOL succeeded = ::ReadFile(mImpl->mHandle.Get(), outBuffer, inCount, &got, nullptr);
+  const BOOL succeeded = ::ReadFile(mHandle.Get(), outBuffer, inCount, &got, nullptr);
   outRead = got;
   return succeeded ? kSuccess : Win::SystemErrorToOstraResult(::GetLastError());
 }
