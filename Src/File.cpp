@@ -75,7 +75,7 @@ Result File::PrivateImpl::CachedRead(std::uint64_t inPosition, std::uint64_t inS
     }
     if (offsetInBlock >= valid) break;
     const std::uint32_t piece = std::min(valid - offsetInBlock, remaining);
-    std::memcpy(out + outRead, block->GetData() + offsetInBlock, piece);
+    CopyBytes(out + outRead, block->GetData() + offsetInBlock, piece);
     outRead += piece;
     remaining -= piece;
     if (remaining > 0 && offsetInBlock + piece < blockSize) break;  // the file ended early

@@ -4,6 +4,8 @@
 // handle in Win/WinFile.cpp.
 #pragma once
 
+#include <intrin.h>
+
 #include <atomic>
 #include <cstdint>
 #include <map>
@@ -18,6 +20,16 @@
 #include "strata/Threads.h"
 
 namespace Ostra {
+
+// Copies a read's bytes out of a block with the string moves the compiler
+// emits for a copy of known size: the C runtime's memcpy under Wine copied
+// 64 KiB pieces about a fifth slower.
+inline void CopyBytes(void* outTo, const unsigned char* inFrom, std::uint32_t inCount) {
+  unsigned char* const to = static_cast<unsigned char*>(outTo);
+  __movsq(reinterpret_cast<unsigned long long*>(to),
+          reinterpret_cast<const unsigned long long*>(inFrom), inCount / 8);
+  __movsb(to + (inCount & ~7u), inFrom + (inCount & ~7u), inCount & 7u);
+}
 
 // -1 as the plain failure of the few File operations that report no code.
 constexpr Result kFileMinusOne = static_cast<Result>(0xFFFFFFFFu);
