@@ -1,20 +1,21 @@
-// Throughput of File reads through the host's block cache (the reference
-// cache of Tools/BlockCache), each against a baseline measured in the same
-// run: a memcpy of the same bytes, a plain ReadFile loop, one reading
-// thread, and a hand-written block loop. Items are bytes.
+// Throughput of File reads through the library's BlockCache, each case
+// against a baseline measured in the same run, their passes interleaved so
+// that both see the same load: a memcpy of the same pieces from memory,
+// the same copy on one and two threads, and a hand-written block loop.
+// Items are bytes.
 #include <windows.h>
 
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "BenchHarness.h"
-#include "BlockCache.h"
+#include "Ostra/BlockCache.h"
 #include "Ostra/File.h"
 #include "Ostra/PathUtils.h"
-#include "strata/Allocator.h"
 
 namespace {
 
@@ -77,10 +78,32 @@ std::uint64_t PlainReadFile(HANDLE inFile, std::vector<unsigned char>& ioBuffer,
   return total;
 }
 
-// Speed relative to the baseline (higher is faster), median of the passes, against inTarget.
-void Goal(const char* inWhat, const OstraBench::Measurement& inCase,
-          const OstraBench::Measurement& inBaseline, double inTarget) {
-  OstraBench::Goal(inWhat, OstraBench::SpeedRatio(inCase, inBaseline), inTarget, true);
+// Cases of one section, run together; the measurements in the same order.
+std::vector<OstraBench::Measurement> RunTogether(const char* inTitle,
+                                                 const std::vector<OstraBench::Case>& inCases,
+                                                 double inMinSeconds = 0.2) {
+  OstraBench::PrintHeader(inTitle);
+  const std::vector<OstraBench::Measurement> measured =
+      OstraBench::MeasureTogether(inCases, OstraBench::kDefaultPasses, inMinSeconds);
+  for (const OstraBench::Measurement& measurement : measured)
+    OstraBench::Report(measurement, measured.front());
+  return measured;
+}
+
+// How much faster inMany runs than inOne, as a multiple of how much faster
+// inManyCopy runs than inOneCopy, pass by pass (items are already scaled
+// by the thread count).
+OstraBench::Spread RelativeScaling(const OstraBench::Measurement& inOne,
+                                   const OstraBench::Measurement& inMany,
+                                   const OstraBench::Measurement& inOneCopy,
+                                   const OstraBench::Measurement& inManyCopy) {
+  std::vector<double> relative;
+  for (std::size_t i = 0; i < inOne.nanosecondsPerItem.size(); ++i) {
+    const double scaling = inOne.nanosecondsPerItem[i] / inMany.nanosecondsPerItem[i];
+    const double copyScaling = inOneCopy.nanosecondsPerItem[i] / inManyCopy.nanosecondsPerItem[i];
+    relative.push_back(scaling / copyScaling);
+  }
+  return OstraBench::Summarize(relative);
 }
 
 HANDLE OpenPlain(const UTF16String& inPath) {
@@ -99,51 +122,47 @@ int main() {
                 strata::string::UTF16toStdString(folder).c_str());
     return 1;
   }
-  std::printf("FileBench: a %llu MiB file read warm, a %llu MiB file read cold; 2 MiB blocks\n",
+  std::printf("FileBench: a %llu MiB file read warm, a %llu MiB file read cold; 2 MiB blocks;"
+              " %d passes a case, interleaved with the baseline\n",
               static_cast<unsigned long long>(kWarmFileSize >> 20),
-              static_cast<unsigned long long>(kColdFileSize >> 20));
+              static_cast<unsigned long long>(kColdFileSize >> 20), OstraBench::kDefaultPasses);
   std::vector<unsigned char> buffer(kBlockSize);
 
   // ---------------------------------------------------------- warm cache
-  InterfaceRef<OstraTools::BlockCacheFactory> cache =
-      MakeInterface<OstraTools::BlockCacheFactory>(2 * kWarmFileSize);
+  InterfaceRef<Ostra::BlockCache> cache = Ostra::BlockCache::Create(2 * kWarmFileSize);
   Ostra::Foundation::SetFileBufferFactory(cache);
   {
     File file;
     if (!strata::ResultSucceeded(OpenCached(file, warmPath))) return 1;
     ReadThrough(file, buffer, kBigChunk);  // fills the cache
 
-    OstraBench::PrintHeader("Warm cache, 64 KiB reads (bytes)");
-    std::vector<unsigned char> source(kWarmFileSize);
-    std::memset(source.data(), 1, source.size());
-    const OstraBench::Measurement copy =
-        OstraBench::Measure("memcpy 64 KiB pieces (baseline)", kWarmFileSize, [&] {
-          for (std::uint64_t at = 0; at < kWarmFileSize; at += kBigChunk)
-            std::memcpy(buffer.data(), source.data() + at, kBigChunk);
-          OstraBench::KeepAlive(buffer[17]);
-        });
-    const OstraBench::Measurement big = OstraBench::Measure(
-        "File::Read 64 KiB", kWarmFileSize, [&] { ReadThrough(file, buffer, kBigChunk); });
-    OstraBench::Report(copy, copy);
-    OstraBench::Report(big, copy);
-    Goal("File::Read 64 KiB vs memcpy", big, copy, 0.7);
-
-    OstraBench::PrintHeader("Warm cache, 4 KiB reads (bytes)");
+    // The same pieces copied from memory the size of the file, as the
+    // cache's blocks are: what a read costs at the least.
+    std::vector<unsigned char> source(kWarmFileSize, 1);
+    auto copyPieces = [&](std::uint32_t inChunk) {
+      for (std::uint64_t at = 0; at < kWarmFileSize; at += inChunk)
+        std::memcpy(buffer.data(), source.data() + at, inChunk);
+      OstraBench::KeepAlive(buffer[17]);
+    };
     HANDLE plain = OpenPlain(warmPath);
-    const OstraBench::Measurement plainRead =
-        OstraBench::Measure("ReadFile 4 KiB (baseline)", kWarmFileSize,
-                            [&] { PlainReadFile(plain, buffer, kSmallChunk); });
+    const std::vector<OstraBench::Measurement> warm = RunTogether(
+        "Warm cache, File::Read against memcpy of the same pieces (bytes)",
+        {{"memcpy 4 KiB pieces (baseline)", kWarmFileSize, [&] { copyPieces(kSmallChunk); }},
+         {"File::Read 4 KiB", kWarmFileSize, [&] { ReadThrough(file, buffer, kSmallChunk); }},
+         {"memcpy 64 KiB pieces", kWarmFileSize, [&] { copyPieces(kBigChunk); }},
+         {"File::Read 64 KiB", kWarmFileSize, [&] { ReadThrough(file, buffer, kBigChunk); }},
+         {"ReadFile 4 KiB, buffered handle (context)", kWarmFileSize,
+          [&] { PlainReadFile(plain, buffer, kSmallChunk); }}});
     ::CloseHandle(plain);
-    const OstraBench::Measurement small = OstraBench::Measure(
-        "File::Read 4 KiB", kWarmFileSize, [&] { ReadThrough(file, buffer, kSmallChunk); });
-    OstraBench::Report(plainRead, plainRead);
-    OstraBench::Report(small, plainRead);
-    Goal("File::Read 4 KiB vs ReadFile 4 KiB", small, plainRead, 3.0);
+    OstraBench::Goal("warm File::Read 4 KiB, speed vs memcpy 4 KiB",
+                     OstraBench::SpeedRatio(warm[1], warm[0]), 0.8, true);
+    OstraBench::Goal("warm File::Read 64 KiB, speed vs memcpy 64 KiB",
+                     OstraBench::SpeedRatio(warm[3], warm[2]), 0.9, true);
   }
   {
     SharedFile file;
     if (!strata::ResultSucceeded(OpenCached(file, warmPath))) return 1;
-    // Each thread reads the whole file in 64 KiB pieces, from its own start.
+    // Each thread reads the whole file, starting at its own share of it.
     auto readAll = [&](int inThread, int inThreads) {
       std::vector<unsigned char> own(kBigChunk);
       const std::uint64_t start = kWarmFileSize / inThreads * inThread;
@@ -154,101 +173,72 @@ int main() {
       }
       OstraBench::KeepAlive(own[5]);
     };
-    auto inThreads = [&](int inCount) {
-      std::vector<std::thread> threads;
-      for (int t = 0; t < inCount; ++t) threads.emplace_back(readAll, t, inCount);
-      for (std::thread& thread : threads) thread.join();
-    };
-    OstraBench::PrintHeader("Warm cache, SharedFile::ReadAt 64 KiB (bytes)");
-    const OstraBench::Measurement one =
-        OstraBench::Measure("1 thread (baseline)", kWarmFileSize, [&] { inThreads(1); });
-    const OstraBench::Measurement two =
-        OstraBench::Measure("2 threads", 2 * kWarmFileSize, [&] { inThreads(2); });
     // The machine's own limit: the same copying without the File.
     std::vector<unsigned char> source(kWarmFileSize, 1);
-    auto copyInThreads = [&](int inCount) {
+    auto copyAll = [&](int inThread, int inThreads) {
+      std::vector<unsigned char> own(kBigChunk);
+      const std::uint64_t start = kWarmFileSize / inThreads * inThread;
+      for (std::uint64_t done = 0; done < kWarmFileSize; done += kBigChunk)
+        std::memcpy(own.data(), source.data() + (start + done) % kWarmFileSize, kBigChunk);
+      OstraBench::KeepAlive(own[9]);
+    };
+    auto inThreads = [](int inCount, const std::function<void(int, int)>& inWork) {
       std::vector<std::thread> threads;
-      for (int t = 0; t < inCount; ++t)
-        threads.emplace_back([&] {
-          std::vector<unsigned char> own(kBigChunk);
-          for (std::uint64_t at = 0; at < kWarmFileSize; at += kBigChunk)
-            std::memcpy(own.data(), source.data() + at, kBigChunk);
-          OstraBench::KeepAlive(own[9]);
-        });
+      for (int t = 0; t < inCount; ++t) threads.emplace_back(inWork, t, inCount);
       for (std::thread& thread : threads) thread.join();
     };
-    const OstraBench::Measurement copyOne =
-        OstraBench::Measure("memcpy, 1 thread (context)", kWarmFileSize, [&] { copyInThreads(1); });
-    const OstraBench::Measurement copyTwo =
-        OstraBench::Measure("memcpy, 2 threads (context)", 2 * kWarmFileSize, [&] { copyInThreads(2); });
-    OstraBench::Report(one, one);
-    OstraBench::Report(two, one);
-    OstraBench::Report(copyOne, one);
-    OstraBench::Report(copyTwo, one);
-    Goal("ReadAt 2 threads vs 1 thread", two, one, 1.6);
-    Goal("(memcpy 2 threads vs 1 thread)", copyTwo, copyOne, 1.6);
+    const std::vector<OstraBench::Measurement> shared = RunTogether(
+        "Warm cache, SharedFile::ReadAt 64 KiB on one and two threads (bytes)",
+        {{"ReadAt, 1 thread (baseline)", kWarmFileSize, [&] { inThreads(1, readAll); }},
+         {"ReadAt, 2 threads", 2 * kWarmFileSize, [&] { inThreads(2, readAll); }},
+         {"memcpy, 1 thread", kWarmFileSize, [&] { inThreads(1, copyAll); }},
+         {"memcpy, 2 threads", 2 * kWarmFileSize, [&] { inThreads(2, copyAll); }}});
+    std::printf("  (2 threads vs 1: ReadAt %.2fx, memcpy %.2fx)\n",
+                OstraBench::SpeedRatio(shared[1], shared[0]).median,
+                OstraBench::SpeedRatio(shared[3], shared[2]).median);
+    OstraBench::Goal("ReadAt 2-thread scaling vs memcpy 2-thread scaling",
+                     RelativeScaling(shared[0], shared[1], shared[2], shared[3]), 0.95, true);
   }
   Ostra::Foundation::SetFileBufferFactory({});
   cache.Reset();
 
   // ---------------------------------------------------------- cold cache
-  OstraBench::PrintHeader("First read of 256 MiB, 64 KiB pieces (bytes)");
-  const OstraBench::Measurement byHand =
-      OstraBench::Measure("2 MiB ReadFile + memcpy 64 KiB (baseline)", kColdFileSize, [&] {
-        HANDLE plain = OpenPlain(coldPath);
-        std::vector<unsigned char> block(kBlockSize), piece(kBigChunk);
-        DWORD read = 0;
-        while (::ReadFile(plain, block.data(), kBlockSize, &read, nullptr) && read > 0)
-          for (DWORD at = 0; at < read; at += kBigChunk)
-            std::memcpy(piece.data(), block.data() + at, kBigChunk);
-        ::CloseHandle(plain);
-        OstraBench::KeepAlive(piece[3]);
-      }, 3, 0);
-  const OstraBench::Measurement cold =
-      OstraBench::Measure("File::Read, empty cache each pass", kColdFileSize, [&] {
-        // A cache of 64 MiB: the pass evicts as it goes, like a real host.
-        Ostra::Foundation::SetFileBufferFactory(
-            MakeInterface<OstraTools::BlockCacheFactory>(64ull << 20));
-        File file;
-        if (strata::ResultSucceeded(OpenCached(file, coldPath))) ReadThrough(file, buffer, kBigChunk);
-        Ostra::Foundation::SetFileBufferFactory({});
-      }, 3, 0);
-  // The same loop on an unbuffered handle, as a cached File opens it, with
-  // a new block per read kept in a ring of 64 MiB as a cache keeps them:
-  // separates the cost of holding many blocks (no reuse of one hot buffer)
-  // from what the File and the cache add.
-  const OstraBench::Measurement unbuffered =
-      OstraBench::Measure("same loop, unbuffered, 64 MiB ring (context)", kColdFileSize, [&] {
-        std::vector<strata::allocator::RecycledMemoryRef> ring(32);
-        std::size_t next = 0;
-        HANDLE plain = ::CreateFileW(coldPath.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                     OPEN_EXISTING, FILE_FLAG_NO_BUFFERING, nullptr);
-        std::vector<unsigned char> piece(kBigChunk);
-        DWORD read = 0;
-        for (;;) {
-          ring[next].reset();
-          strata::allocator::RecycledMemoryRef block =
-              strata::allocator::RecycledMemory::Create(kBlockSize);
-          if (!block || !::ReadFile(plain, block->GetData(), kBlockSize, &read, nullptr) || read == 0)
-            break;
-          ring[next] = block;
-          next = (next + 1) % ring.size();
-          for (DWORD at = 0; at < read; at += kBigChunk)
-            std::memcpy(piece.data(), block->GetData() + at, kBigChunk);
-        }
-        ::CloseHandle(plain);
-      }, 3, 0);
-  const OstraBench::Measurement direct =
-      OstraBench::Measure("ReadFile 64 KiB into the caller (context)", kColdFileSize, [&] {
-        HANDLE plain = OpenPlain(coldPath);
-        PlainReadFile(plain, buffer, kBigChunk);
-        ::CloseHandle(plain);
-      }, 3, 0);
-  OstraBench::Report(byHand, byHand);
-  OstraBench::Report(cold, byHand);
-  OstraBench::Report(unbuffered, byHand);
-  OstraBench::Report(direct, byHand);
-  Goal("first read vs the hand-written loop", cold, byHand, 0.9);
+  // A File through a new, empty cache of 64 MiB each pass: the pass evicts
+  // as it goes, like a real host.
+  auto coldRead = [&](std::uint32_t inReadAhead) {
+    Ostra::Foundation::SetFileBufferFactory(Ostra::BlockCache::Create(64ull << 20));
+    File file;
+    file.SetReadAhead(inReadAhead);
+    if (strata::ResultSucceeded(OpenCached(file, coldPath))) ReadThrough(file, buffer, kBigChunk);
+    Ostra::Foundation::SetFileBufferFactory({});
+  };
+  const std::vector<OstraBench::Measurement> cold = RunTogether(
+      "First read of 256 MiB, 64 KiB pieces (bytes)",
+      {{"2 MiB ReadFile + memcpy 64 KiB (baseline)", kColdFileSize,
+        [&] {
+          HANDLE plain = OpenPlain(coldPath);
+          std::vector<unsigned char> block(kBlockSize), piece(kBigChunk);
+          DWORD read = 0;
+          while (::ReadFile(plain, block.data(), kBlockSize, &read, nullptr) && read > 0)
+            for (DWORD at = 0; at < read; at += kBigChunk)
+              std::memcpy(piece.data(), block.data() + at, kBigChunk);
+          ::CloseHandle(plain);
+          OstraBench::KeepAlive(piece[3]);
+        }},
+       {"File::Read, empty BlockCache, read-ahead 4", kColdFileSize, [&] { coldRead(4); }},
+       {"File::Read, empty BlockCache, no read-ahead", kColdFileSize, [&] { coldRead(0); }},
+       {"ReadFile 64 KiB into the caller (context)", kColdFileSize,
+        [&] {
+          HANDLE plain = OpenPlain(coldPath);
+          PlainReadFile(plain, buffer, kBigChunk);
+          ::CloseHandle(plain);
+        }}},
+      0);
+  OstraBench::Goal("first read with read-ahead, speed vs the hand loop",
+                   OstraBench::SpeedRatio(cold[1], cold[0]), 1.2, true);
+  const OstraBench::Spread withoutReadAhead = OstraBench::SpeedRatio(cold[2], cold[0]);
+  std::printf("  first read without read-ahead, speed vs the hand loop: %.2fx (%.2f-%.2f), shown\n",
+              withoutReadAhead.median, withoutReadAhead.min, withoutReadAhead.max);
 
   ::DeleteFileW(warmPath.c_str());
   ::DeleteFileW(coldPath.c_str());

@@ -61,38 +61,21 @@ Result File::PrivateImpl::CachedRead(std::uint64_t inPosition, std::uint64_t inS
     {
       OptionalLock lock(ioMutex);
       // A block of another size (SetBufferSize on an open File) is not reused.
-      if (blockStart == mLastBlockOffset && mLastBlock && mLastBlock->GetSize() >= blockSize)
+      if (blockStart == mLastBlockOffset && mLastBlock && mLastBlock->GetSize() >= blockSize) {
         block = mLastBlock;
+      } else if (ioMutex) {
+        for (const auto& recent : mRecentBlocks)
+          if (recent.first == blockStart && recent.second && recent.second->GetSize() >= blockSize)
+            block = recent.second;
+      }
     }
     if (!block) {
-      SharedBlock found;
-      if (strata::ResultSucceeded(mFileBuffer->GetBlock(blockStart, blockSize, found)) && found &&
-          found->GetSize() >= blockSize) {
-        block = found;
-        OptionalLock lock(ioMutex);
-        mLastBlockOffset = blockStart;
-        mLastBlock = block;
-      } else {
-        block = strata::allocator::RecycledMemory::Create(blockSize);
-        if (!block) return eOutOfMemory;
-        std::uint32_t got = 0;
-        const Result result =
-            ReadBlockFromDisk(blockStart, ioMutex != nullptr, block->GetData(), blockSize, got);
-        if (!strata::ResultSucceeded(result)) return result;
-        // Recycled memory holds whatever its last user left; a short block
-        // must not show that to the cache's later readers.
-        if (got < blockSize) std::memset(block->GetData() + got, 0, blockSize - got);
-        valid = got;
-        OptionalLock lock(ioMutex);
-        mLastBlockOffset = blockStart;
-        mLastBlock = block;
-        mFileBuffer->AddBlock(block, blockStart);
-        PinLoadedBlock(blockStart);
-      }
+      const Result result = EnterBlock(blockStart, inSize, ioMutex, block, valid);
+      if (!strata::ResultSucceeded(result)) return result;
     }
     if (offsetInBlock >= valid) break;
     const std::uint32_t piece = std::min(valid - offsetInBlock, remaining);
-    std::memcpy(out + outRead, block->GetData() + offsetInBlock, piece);
+    CopyBytes(out + outRead, block->GetData() + offsetInBlock, piece);
     outRead += piece;
     remaining -= piece;
     if (remaining > 0 && offsetInBlock + piece < blockSize) break;  // the file ended early
@@ -100,6 +83,83 @@ Result File::PrivateImpl::CachedRead(std::uint64_t inPosition, std::uint64_t inS
     offsetInBlock = 0;
   }
   return kSuccess;
+}
+
+Result File::PrivateImpl::EnterBlock(std::uint64_t inBlockStart, std::uint64_t inSize,
+                                     strata::threads::RecursiveMutex* ioMutex,
+                                     SharedBlock& outBlock, std::uint32_t& outValid) {
+  const std::uint32_t blockSize = mBlockSize;
+  outValid = blockSize;
+  // Shared reads do not read ahead: their threads' order says nothing.
+  if (!ioMutex && mReadAheadBlocks > 0 && !mReadAhead && !mReadAheadRefused) {
+    mReadAhead = ReadAhead::Start(mHandle.Get(), mFileBuffer);
+    // Asked once per opening: a File that shares no reading stays without.
+    mReadAheadRefused = !mReadAhead;
+  }
+  ReadAhead* const ahead = ioMutex ? nullptr : mReadAhead.get();
+  if (ahead) {
+    // The block after the last one: read the next ones ahead, before this
+    // one is read here. Anything else is a jump, which stops read-ahead.
+    if (mLastBlock && inBlockStart == mLastBlockOffset + blockSize)
+      ahead->Schedule(inBlockStart, blockSize, mReadAheadBlocks, inSize);
+    else
+      ahead->Stop();
+    bool fromDisk = false;
+    if (ahead->Take(inBlockStart, blockSize, outBlock, outValid, fromDisk)) {
+      SetLastBlock(inBlockStart, outBlock, outValid, inSize, nullptr);
+      // Read from disk for this File: pinned as if it had read it itself.
+      if (fromDisk) AddAndPin(inBlockStart, outBlock, false);
+      return kSuccess;
+    }
+  }
+
+  SharedBlock found;
+  if (strata::ResultSucceeded(mFileBuffer->GetBlock(inBlockStart, blockSize, found)) && found &&
+      found->GetSize() >= blockSize) {
+    outBlock = found;
+    SetLastBlock(inBlockStart, outBlock, blockSize, inSize, ioMutex);
+    return kSuccess;
+  }
+  outBlock = strata::allocator::RecycledMemory::Create(blockSize);
+  if (!outBlock) return eOutOfMemory;
+  std::uint32_t got = 0;
+  const Result result =
+      ReadBlockFromDisk(inBlockStart, ioMutex != nullptr, outBlock->GetData(), blockSize, got);
+  if (!strata::ResultSucceeded(result)) return result;
+  // Recycled memory holds whatever its last user left; a short block
+  // must not show that to the cache's later readers.
+  if (got < blockSize) std::memset(outBlock->GetData() + got, 0, blockSize - got);
+  outValid = got;
+  OptionalLock lock(ioMutex);
+  SetLastBlock(inBlockStart, outBlock, got, inSize, ioMutex);
+  AddAndPin(inBlockStart, outBlock, true);
+  return kSuccess;
+}
+
+void File::PrivateImpl::SetLastBlock(std::uint64_t inBlockStart, const SharedBlock& inBlock,
+                                     std::uint32_t inValid, std::uint64_t inSize,
+                                     strata::threads::RecursiveMutex* ioMutex) {
+  OptionalLock lock(ioMutex);
+  mLastBlockOffset = inBlockStart;
+  mLastBlock = inBlock;
+  if (ioMutex) {
+    // Shared reads leave File::Read's hit path alone.
+    mRecentBlocks[mNextRecent] = std::make_pair(inBlockStart, inBlock);
+    mNextRecent = (mNextRecent + 1) % kRecentBlocks;
+    return;
+  }
+  mHitBlock = inBlock;
+  mHitData = inBlock->GetData();
+  mHitStart = inBlockStart;
+  mHitLength = std::min<std::uint64_t>(inValid, inSize - inBlockStart);
+}
+
+void File::PrivateImpl::AddAndPin(std::uint64_t inBlockStart, const SharedBlock& inBlock,
+                                  bool inAdd) {
+  // With read-ahead on, its thread's AddBlock must not meet these calls.
+  OptionalLock lock(mReadAhead ? &mReadAhead->CacheCallMutex() : nullptr);
+  if (inAdd) mFileBuffer->AddBlock(inBlock, inBlockStart);
+  PinLoadedBlock(inBlockStart);
 }
 
 void File::PrivateImpl::PinLoadedBlock(std::uint64_t inBlockStart) {
@@ -127,6 +187,13 @@ File::~File() {
 void File::SetBufferSize(std::uint32_t inBufferSize) {
   mImpl->mBlockSize = inBufferSize;
   mImpl->mBufferSizeSet = true;
+  // The read loop decides again whether the last block is of the size.
+  mImpl->ClearHitBlock();
+}
+
+void File::SetReadAhead(std::uint32_t inBlocks) {
+  mImpl->mReadAheadBlocks = inBlocks;
+  if (inBlocks == 0) mImpl->StopReadAhead();
 }
 
 void File::SetMultiBufferCount(int inCount) {

@@ -1,22 +1,102 @@
 // The state of a File and the steps shared by its portable and Windows
 // halves: the cached read loop and the pinning of loaded blocks live in
-// File.cpp, the calls that touch the handle in Win/WinFile.cpp.
+// File.cpp, read-ahead in FileReadAhead.cpp, the calls that touch the
+// handle in Win/WinFile.cpp.
 #pragma once
+
+#include <intrin.h>
 
 #include <atomic>
 #include <cstdint>
 #include <map>
+#include <memory>
+#include <utility>
 
 #include "Ostra/File.h"
 #include "Ostra/Foundation.h"
 #include "Win/ScopedHandle.h"
+#include "strata/Executor.h"
 #include "strata/Impl.h"
 #include "strata/Threads.h"
 
 namespace Ostra {
 
+// Copies a read's bytes out of a block with the string moves the compiler
+// emits for a copy of known size: the C runtime's memcpy under Wine copied
+// 64 KiB pieces about a fifth slower.
+inline void CopyBytes(void* outTo, const unsigned char* inFrom, std::uint32_t inCount) {
+  unsigned char* const to = static_cast<unsigned char*>(outTo);
+  __movsq(reinterpret_cast<unsigned long long*>(to),
+          reinterpret_cast<const unsigned long long*>(inFrom), inCount / 8);
+  __movsb(to + (inCount & ~7u), inFrom + (inCount & ~7u), inCount & 7u);
+}
+
 // -1 as the plain failure of the few File operations that report no code.
 constexpr Result kFileMinusOne = static_cast<Result>(0xFFFFFFFFu);
+
+// A second handle on the open file of inHandle, for reading only and
+// unbuffered like a cached File's, with a file pointer of its own; an
+// invalid one when the system refuses (the File shares no reading).
+// Win/WinFile.cpp.
+void* ReopenForReading(void* inHandle);
+
+// Reads inSize bytes at inOffset with the file pointer, moving it there
+// first unless ioPointer says it is there already; ioPointer then says
+// where it is (unknown after a failure). Win/WinFile.cpp.
+Result ReadSequentially(void* inHandle, std::uint64_t inOffset, std::uint64_t& ioPointer,
+                        void* outData, std::uint32_t inSize, std::uint32_t& outBytes);
+
+// The blocks a sequentially read File asks for before it gets there, read
+// on the library's read-ahead thread through a handle of its own (reads at
+// an offset cost twice what reads in order cost under Wine) and handed to
+// the File's cache. The reading thread calls every member; the read-ahead
+// thread only runs the tasks it is given. Nothing here reports a failure:
+// a block that could not be read ahead is read by the File itself.
+class ReadAhead : public std::enable_shared_from_this<ReadAhead> {
+ public:
+  // Empty when the read-ahead thread or a second handle on the File's
+  // file cannot be had.
+  static std::shared_ptr<ReadAhead> Start(void* inFileHandle,
+                                          strata::classref::InterfaceRef<IFileBuffer> inBuffer);
+  ReadAhead(Win::ScopedHandle&& ioHandle, strata::classref::InterfaceRef<IFileBuffer> inBuffer,
+            strata::threads::ExecutorRef inExecutor);
+
+  // Queues the inDepth blocks after inBlockStart that are below inSize and
+  // not queued yet.
+  void Schedule(std::uint64_t inBlockStart, std::uint32_t inBlockSize, std::uint32_t inDepth,
+                std::uint64_t inSize);
+  // The block at inBlockStart if it was read ahead: waits while it is being
+  // read; one only queued is dropped (the caller reads it sooner itself).
+  // outValid: the bytes that hold file data; outFromDisk: read from disk
+  // rather than found in the cache.
+  bool Take(std::uint64_t inBlockStart, std::uint32_t inBlockSize, SharedBlock& outBlock,
+            std::uint32_t& outValid, bool& outFromDisk);
+  // Drops what is queued (a jump: reading is not sequential any more).
+  void Stop();
+  // Stop, wait for the read in progress and close the second handle.
+  void Shutdown();
+
+  // Held around the File's own AddBlock, PinBlock and UnpinBlock calls, so
+  // that the cache never sees them at the same time as the read-ahead
+  // thread's AddBlock (a host's cache need only take GetBlock concurrently).
+  strata::threads::RecursiveMutex& CacheCallMutex() { return mMutex; }
+
+ private:
+  struct Slot;
+  void ReadOne(std::uint64_t inBlockStart);
+
+  // Used by the read-ahead thread only, one task at a time.
+  Win::ScopedHandle mHandle;
+  std::uint64_t mPointer = 0;
+  const strata::threads::ExecutorRef mExecutor;
+  strata::threads::RecursiveMutex mMutex;
+  // Opened whenever a read ends; the reading thread waits at it.
+  strata::threads::Gate mChanged;
+  strata::classref::InterfaceRef<IFileBuffer> mBuffer;
+  std::map<std::uint64_t, std::shared_ptr<Slot>> mSlots;
+  int mReading = 0;
+  bool mShutDown = false;
+};
 
 class File::PrivateImpl : public strata::Impl {
  public:
@@ -34,8 +114,36 @@ class File::PrivateImpl : public strata::Impl {
                     std::uint32_t inCount, std::uint32_t& outRead,
                     strata::threads::RecursiveMutex* ioMutex);
 
+  // File::Read when the hit path cannot serve it (kept out of line, so
+  // that the hit path needs no stack frame).
+  Result ReadBeyondHitBlock(const File& inFile, void* outBuffer, std::uint32_t inCount,
+                            std::uint32_t& outRead);
+  // Finds the block at inBlockStart that is not the last block: read
+  // ahead, from the cache, or from disk; outValid as for ReadAhead::Take.
+  Result EnterBlock(std::uint64_t inBlockStart, std::uint64_t inSize,
+                    strata::threads::RecursiveMutex* ioMutex, SharedBlock& outBlock,
+                    std::uint32_t& outValid);
+  // Makes inBlock the last block (under ioMutex when there is one) and,
+  // for File::Read, the block of its hit path.
+  void SetLastBlock(std::uint64_t inBlockStart, const SharedBlock& inBlock, std::uint32_t inValid,
+                    std::uint64_t inSize, strata::threads::RecursiveMutex* ioMutex);
+  // AddBlock and pinning of a block the File read itself or had read ahead.
+  void AddAndPin(std::uint64_t inBlockStart, const SharedBlock& inBlock, bool inAdd);
   // Keeps the most recently loaded blocks pinned, oldest out first.
   void PinLoadedBlock(std::uint64_t inBlockStart);
+  // Forgets the hit path's block.
+  void ClearHitBlock() {
+    mHitBlock.reset();
+    mHitData = nullptr;
+    mHitStart = 0;
+    mHitLength = 0;
+  }
+  // Stops read-ahead and waits for the read in progress.
+  void StopReadAhead() {
+    if (mReadAhead) mReadAhead->Shutdown();
+    mReadAhead.reset();
+    mReadAheadRefused = false;
+  }
 
   // Reads inSize bytes at inBlockStart into outData: positionally (an
   // OVERLAPPED offset) or by moving the file pointer first. outBytes is
@@ -56,6 +164,28 @@ class File::PrivateImpl : public strata::Impl {
   int mMultiBufferCount = 0;
   // Time stamp of pinning => block offset.
   std::map<std::uint64_t, std::uint64_t> mPinnedBlocks;
+
+  // What File::Read copies from without entering the read loop: file bytes
+  // [mHitStart, mHitStart + mHitLength) at mHitData, inside mHitBlock (its
+  // own reference: ReadAt may replace the last block meanwhile).
+  SharedBlock mHitBlock;
+  const unsigned char* mHitData = nullptr;
+  std::uint64_t mHitStart = 0;
+  std::uint64_t mHitLength = 0;
+
+  // Shared reads also keep the few blocks used before the last, so that
+  // threads reading different blocks do not keep replacing each other's
+  // block and asking the cache again. Under the SharedFile's mutex.
+  static const std::size_t kRecentBlocks = 4;
+  std::pair<std::uint64_t, SharedBlock> mRecentBlocks[kRecentBlocks];
+  std::size_t mNextRecent = 0;
+
+  // Blocks to read ahead of a sequential File::Read; 0: none. Kept across Close.
+  std::uint32_t mReadAheadBlocks = 0;
+  // While open, cached and reading ahead.
+  std::shared_ptr<ReadAhead> mReadAhead;
+  // Read-ahead could not start for this opening.
+  bool mReadAheadRefused = false;
 };
 
 class SharedFile::PrivateImpl : public strata::Impl {

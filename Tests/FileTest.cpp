@@ -2,15 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "BlockCache.h"
+#include "Ostra/BlockCache.h"
 #include "Ostra/File.h"
 #include "Ostra/Result.h"
 #include "Support/HandleCount.h"
@@ -52,6 +54,7 @@ class RecordingBuffer : public Ostra::IFileBuffer {
     std::lock_guard<std::mutex> lock(mMutex);
     mLog.push_back("add " + std::to_string(inOffset));
     mBlocks[inOffset] = inBlock;
+    if (::GetCurrentThreadId() != mReaderThread) ++mAddsFromOtherThreads;
   }
   Ostra::Result GetBlock(std::uint64_t inOffset, std::uint32_t inSize,
                          Ostra::SharedBlock& outBlock) override {
@@ -94,6 +97,8 @@ class RecordingBuffer : public Ostra::IFileBuffer {
 
   std::mutex mMutex;
   const bool mAlwaysMiss;
+  const DWORD mReaderThread = ::GetCurrentThreadId();
+  std::atomic<int> mAddsFromOtherThreads{0};
   std::vector<std::string> mLog;
   std::map<std::uint64_t, Ostra::SharedBlock> mBlocks;
   std::uint64_t mFileTime = 0, mSize = 0;
@@ -317,6 +322,187 @@ TEST_F(FileTest, PinningKeepsNewestBlocksAndCloseUnpinsThem) {
   ASSERT_EQ(Ostra::kSuccess, OpenCached(file, path));
   ReadAll(file, kBlock);
   EXPECT_TRUE(factory->mLast->PinCalls().empty());
+}
+
+// ------------------------------------------------------------ read-ahead
+
+// Waits (bounded) until inDone holds: read-ahead works on its own thread.
+template <class Condition>
+bool Eventually(Condition inDone) {
+  for (int i = 0; i < 1000 && !inDone(); ++i) ::Sleep(5);
+  return inDone();
+}
+
+// The most blocks the pin calls of inCalls ("pin N"/"unpin N") ever kept pinned.
+std::size_t MostPinned(const std::vector<std::string>& inCalls) {
+  std::size_t pinned = 0, most = 0;
+  for (const std::string& call : inCalls) {
+    pinned = call.compare(0, 3, "pin") == 0 ? pinned + 1 : pinned - 1;
+    most = std::max(most, pinned);
+  }
+  return most;
+}
+
+TEST_F(FileTest, ReadAheadReadsSequentialBlocksEarlyAndNothingExtraOnJumps) {
+  const std::uint64_t blocks = 12;
+  const std::uint64_t size = blocks * kBlock + 100;
+  const std::wstring path = MakeFile(L"ahead.bin", Pattern(0, size));
+  const std::int64_t block = kBlock;
+  // Reads as (position, count); -1 position: carry on where the last ended.
+  const struct {
+    const char* what;
+    std::vector<std::pair<std::int64_t, std::uint32_t>> reads;
+    std::uint64_t blocksTouched;
+    bool readsAhead;
+  } patterns[] = {
+      {"backwards", {{9 * block, 10}, {7 * block + 5, 100}, {5 * block, 10}, {2 * block, 3}, {0, 1}},
+       5, false},
+      {"strides of two blocks", {{0, 10}, {2 * block, 10}, {4 * block, 10}, {6 * block + 7, 10}},
+       4, false},
+      {"the same block again and again", {{3 * block, 10}, {3 * block + 100, 10}, {3 * block, 10}},
+       1, false},
+      {"two blocks, then a jump back", {{0, 10}, {block, 10}, {0, 10}, {5 * block, 10}}, 3, true},
+  };
+  for (std::uint32_t ahead : {0u, 3u}) {
+    for (const auto& pattern : patterns) {
+      SCOPED_TRACE(std::string(pattern.what) + ", read-ahead " + std::to_string(ahead));
+      InterfaceRef<RecordingFactory> factory = InstallRecordingFactory();
+      File file;
+      file.SetReadAhead(ahead);
+      ASSERT_EQ(Ostra::kSuccess, OpenCached(file, path));
+      for (const auto& read : pattern.reads) {
+        ASSERT_EQ(Ostra::kSuccess, file.SetFilePointer(read.first, Ostra::FilePointerMoveMethod::kBegin));
+        std::string buffer(read.second, '\0');
+        std::uint32_t got = 0;
+        ASSERT_EQ(Ostra::kSuccess, file.Read(&buffer[0], read.second, got));
+        EXPECT_EQ(Pattern(static_cast<std::uint64_t>(read.first), read.second), buffer);
+      }
+      // A read wrongly queued would show up by now.
+      ::Sleep(50);
+      file.Close();
+      const std::size_t reads = factory->mLast->Calls("add").size();
+      if (ahead && pattern.readsAhead) {
+        EXPECT_LE(pattern.blocksTouched, reads);
+        EXPECT_GE(pattern.blocksTouched + ahead, reads);
+      } else {
+        EXPECT_EQ(pattern.blocksTouched, reads) << "a block read that nobody asked for";
+        EXPECT_EQ(0, factory->mLast->mAddsFromOtherThreads.load());
+      }
+    }
+  }
+
+  // Reading straight through: the blocks ahead arrive in the cache before
+  // Read asks, each block is read once, and the pins stay within the count.
+  InterfaceRef<RecordingFactory> factory = InstallRecordingFactory();
+  File file;
+  file.SetReadAhead(4);
+  file.SetMultiBufferCount(2);
+  ASSERT_EQ(Ostra::kSuccess, OpenCached(file, path));
+  std::string head(kBlock + 10, '\0');
+  std::uint32_t read = 0;
+  ASSERT_EQ(Ostra::kSuccess, file.Read(&head[0], kBlock + 10, read));  // blocks 0 and 1
+  InterfaceRef<RecordingBuffer> buffer = factory->mLast;
+  EXPECT_TRUE(Eventually([&] { return buffer->mAddsFromOtherThreads.load() == 4; }))
+      << buffer->mAddsFromOtherThreads.load() << " blocks read ahead";
+  const std::vector<std::string> ahead = {"add 0", "add 65536", "add 131072", "add 196608",
+                                          "add 262144", "add 327680"};
+  EXPECT_EQ(ahead, buffer->Calls("add"));
+  EXPECT_EQ(Pattern(0, read), head.substr(0, read));
+  EXPECT_EQ(Pattern(read, size - read), ReadAll(file, 3000));
+  EXPECT_EQ(blocks + 1, buffer->Calls("add").size()) << "a block was read twice";
+  EXPECT_EQ(2u, MostPinned(buffer->PinCalls()));
+}
+
+TEST_F(FileTest, ReadAheadEndsWithCloseAndNeverChangesWhatReadReturns) {
+  const std::uint64_t size = 24 * kBlock + 300;
+  const std::wstring path = MakeFile(L"close.bin", Pattern(0, size));
+  // Close and the destructor while blocks are queued and being read; the
+  // fixture checks that no handle is left and the folder can go.
+  for (bool destroy : {false, true}) {
+    SCOPED_TRACE(destroy ? "destructor" : "Close");
+    InterfaceRef<RecordingFactory> factory = InstallRecordingFactory();
+    std::unique_ptr<File> file(new File);
+    file->SetReadAhead(16);
+    ASSERT_EQ(Ostra::kSuccess, OpenCached(*file, path));
+    std::string head(2 * kBlock, '\0');
+    std::uint32_t read = 0;
+    ASSERT_EQ(Ostra::kSuccess, file->Read(&head[0], 2 * kBlock, read));
+    if (destroy) {
+      file.reset();
+    } else {
+      file->Close();
+    }
+    const std::size_t added = factory->mLast->Calls("add").size();
+    ::Sleep(20);
+    EXPECT_EQ(added, factory->mLast->Calls("add").size()) << "a read after Close";
+    EXPECT_EQ(1, factory->mLast->GetRefCount()) << "read-ahead kept the buffer";
+  }
+  {
+    // A File that shares no reading cannot be opened again for read-ahead:
+    // it reads on its own.
+    InterfaceRef<RecordingFactory> factory = InstallRecordingFactory();
+    File file;
+    file.SetReadAhead(4);
+    file.SetBufferSize(kBlock);
+    ASSERT_EQ(Ostra::kSuccess,
+              file.Create(path, Ostra::FileAccessFlags::kFileRead, Ostra::FileShareModeFlags::kShareDelete,
+                          Ostra::FileCreateDispositionFlags::kOpenExisting,
+                          Ostra::FileAttributesFlags::kNormal, false));
+    EXPECT_EQ(Pattern(0, size), ReadAll(file, 10000));
+    EXPECT_EQ(0, factory->mLast->mAddsFromOtherThreads.load());
+  }
+
+  // A cache that finds nothing, and a file cut short under a File that lets
+  // writers in (read-ahead then reads short blocks and nothing past the
+  // new end): the same bytes, read by read, with and without read-ahead.
+  for (bool shrink : {false, true}) {
+    std::vector<std::string> expected;
+    for (std::uint32_t ahead : {0u, 5u}) {
+      SCOPED_TRACE(std::string(shrink ? "file cut short" : "cache always misses") +
+                   ", read-ahead " + std::to_string(ahead));
+      const std::wstring errorsPath = MakeFile(L"errors" + std::to_wstring(ahead) + L".bin",
+                                               Pattern(0, 10 * kBlock));
+      InstallRecordingFactory(!shrink);
+      File file;
+      file.SetReadAhead(ahead);
+      file.SetBufferSize(kBlock);
+      ASSERT_EQ(Ostra::kSuccess,
+                file.Create(errorsPath, Ostra::FileAccessFlags::kFileRead,
+                            Ostra::FileShareModeFlags::kShareRead | Ostra::FileShareModeFlags::kShareWrite,
+                            Ostra::FileCreateDispositionFlags::kOpenExisting,
+                            Ostra::FileAttributesFlags::kAllowCaching, false));
+      if (shrink) {
+        HANDLE writer = ::CreateFileW(errorsPath.c_str(), GENERIC_WRITE,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0,
+                                      nullptr);
+        ASSERT_NE(INVALID_HANDLE_VALUE, writer);
+        LARGE_INTEGER newEnd;
+        newEnd.QuadPart = 4 * kBlock + 77;
+        EXPECT_TRUE(::SetFilePointerEx(writer, newEnd, nullptr, FILE_BEGIN) && ::SetEndOfFile(writer));
+        ::CloseHandle(writer);
+      }
+      // Each read as its length and whether its bytes are the file's.
+      std::vector<std::string> reads;
+      std::string chunk(5000, '\0');
+      std::uint64_t position = 0;
+      for (int i = 0; i < 140; ++i) {
+        std::uint32_t read = 0;
+        ASSERT_EQ(Ostra::kSuccess, file.Read(&chunk[0], 5000, read));
+        const bool exact = chunk.compare(0, read, Pattern(position, read)) == 0;
+        reads.push_back(std::to_string(read) + (exact ? "" : " not the file's bytes"));
+        position += read;
+      }
+      // Past a cut the File gives zeros up to the size it saw, as it always did.
+      if (!shrink) {
+        EXPECT_EQ(10 * kBlock, position);
+      }
+      if (ahead == 0) {
+        expected = reads;
+      } else {
+        EXPECT_EQ(expected, reads) << "read-ahead changed what Read returned";
+      }
+    }
+  }
 }
 
 // ---------------------------------------------------------- the pointer
@@ -575,8 +761,7 @@ TEST_F(FileTest, ConcurrentReadAtReturnsExactBytesWithoutMovingThePosition) {
   const std::uint64_t size = 40 * kBlock + 321;
   const std::wstring path = MakeFile(L"shared.bin", Pattern(0, size));
   // A budget of a few blocks forces evictions and re-reads while threads race.
-  InterfaceRef<OstraTools::BlockCacheFactory> cache =
-      MakeInterface<OstraTools::BlockCacheFactory>(6 * kBlock);
+  InterfaceRef<Ostra::BlockCache> cache = Ostra::BlockCache::Create(6 * kBlock);
   for (bool cached : {true, false}) {
     SCOPED_TRACE(cached ? "cached" : "direct");
     Ostra::Foundation::SetFileBufferFactory(
@@ -620,7 +805,7 @@ TEST_F(FileTest, ConcurrentReadAtReturnsExactBytesWithoutMovingThePosition) {
     std::uint32_t read = 0;
     EXPECT_EQ(Ostra::eUnknown, file.ReadAt(&byte, -1, 1, read));
   }
-  const OstraTools::BlockCacheStatistics statistics = cache->GetStatistics();
+  const Ostra::BlockCacheStatistics statistics = cache->GetStatistics();
   EXPECT_GT(statistics.hits, 0u);
   EXPECT_GT(statistics.evictions, 0u);
   EXPECT_EQ(0u, statistics.pinnedBlocks) << "Close left blocks pinned";

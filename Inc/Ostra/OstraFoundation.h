@@ -4,6 +4,7 @@
 
 #include "Ostra/AsyncFileReader.h"
 #include "Ostra/AutomationDataCollector.h"
+#include "Ostra/BlockCache.h"
 #include "Ostra/Color.h"
 #include "Ostra/Directory.h"
 #include "Ostra/DirectoryRegistry.h"

@@ -3,6 +3,7 @@
 // reads, and the operations on files by path.
 #include <windows.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 
@@ -150,34 +151,69 @@ Result GetPathAttributes(const UTF16String& inPath, bool inWantFolder,
 
 // ---------------------------------------------------------------- reading
 
+void* ReopenForReading(void* inHandle) {
+  return ::ReOpenFile(inHandle, GENERIC_READ,
+                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                      FILE_FLAG_NO_BUFFERING);
+}
+
+Result ReadSequentially(void* inHandle, std::uint64_t inOffset, std::uint64_t& ioPointer,
+                        void* outData, std::uint32_t inSize, std::uint32_t& outBytes) {
+  outBytes = 0;
+  if (ioPointer != inOffset) {
+    LARGE_INTEGER start;
+    start.QuadPart = static_cast<LONGLONG>(inOffset);
+    ioPointer = UINT64_MAX;
+    if (!::SetFilePointerEx(inHandle, start, nullptr, FILE_BEGIN))
+      return Win::SystemErrorToOstraResult(::GetLastError());
+  }
+  DWORD got = 0;
+  if (!::ReadFile(inHandle, outData, inSize, &got, nullptr)) {
+    ioPointer = UINT64_MAX;
+    return Win::SystemErrorToOstraResult(::GetLastError());
+  }
+  ioPointer = inOffset + got;
+  outBytes = got;
+  return kSuccess;
+}
+
 Result File::PrivateImpl::ReadBlockFromDisk(std::uint64_t inBlockStart, bool inPositional,
                                             unsigned char* outData, std::uint32_t inSize,
                                             std::uint32_t& outBytes) {
   outBytes = 0;
   if (inPositional) return ReadAtOffset(mHandle.Get(), inBlockStart, outData, inSize, outBytes);
-  LARGE_INTEGER start;
-  start.QuadPart = static_cast<LONGLONG>(inBlockStart);
-  if (!::SetFilePointerEx(mHandle.Get(), start, nullptr, FILE_BEGIN))
-    return Win::SystemErrorToOstraResult(::GetLastError());
-  DWORD got = 0;
-  if (!::ReadFile(mHandle.Get(), outData, inSize, &got, nullptr))
-    return Win::SystemErrorToOstraResult(::GetLastError());
-  outBytes = got;
-  return kSuccess;
+  // Always moved: whoever holds the File's handle may have moved it.
+  std::uint64_t unknown = UINT64_MAX;
+  return ReadSequentially(mHandle.Get(), inBlockStart, unknown, outData, inSize, outBytes);
 }
 
 Result File::Read(void* outBuffer, std::uint32_t inCount, std::uint32_t& outRead) {
+  PrivateImpl& impl = *mImpl;
+  // The hit path: all of it inside the last block (never true for a File
+  // that is closed or uncached, whose hit length is 0).
+  const std::uint64_t offset = impl.mPosition - impl.mHitStart;
+  if (offset < impl.mHitLength && inCount <= impl.mHitLength - offset) {
+    CopyBytes(outBuffer, impl.mHitData + offset, inCount);
+    impl.mPosition += inCount;
+    outRead = inCount;
+    return kSuccess;
+  }
+  return impl.ReadBeyondHitBlock(*this, outBuffer, inCount, outRead);
+}
+
+Result File::PrivateImpl::ReadBeyondHitBlock(const File& inFile, void* outBuffer,
+                                             std::uint32_t inCount, std::uint32_t& outRead) {
   outRead = 0;
   // Read has no assertion of its own; a closed File reads nothing.
-  if (!IsOpen()) return eFileNotFound;
-  if (mImpl->IsCached()) {
+  if (!inFile.IsOpen()) return eFileNotFound;
+  if (IsCached()) {
     const Result result =
-        mImpl->CachedRead(mImpl->mPosition, SizeOnDisk(), outBuffer, inCount, outRead, nullptr);
-    if (strata::ResultSucceeded(result)) mImpl->mPosition += outRead;
+        CachedRead(mPosition, inFile.SizeOnDisk(), outBuffer, inCount, outRead, nullptr);
+    if (strata::ResultSucceeded(result)) mPosition += outRead;
     return result;
   }
   DWORD got = 0;
-  const BOOL succeeded = ::ReadFile(mImpl->mHandle.Get(), outBuffer, inCount, &got, nullptr);
+  const BOOL succeeded = ::ReadFile(mHandle.Get(), outBuffer, inCount, &got, nullptr);
   outRead = got;
   return succeeded ? kSuccess : Win::SystemErrorToOstraResult(::GetLastError());
 }
@@ -268,6 +304,9 @@ Result File::Open(const UTF16String& inPath, FileAccessFlags::Type inAccess, Fil
 }
 
 void File::Close() {
+  // Read-ahead ends first: it hands blocks to the buffer Close lets go.
+  mImpl->StopReadAhead();
+  mImpl->ClearHitBlock();
   mImpl->mHandle.Close();
   if (!mImpl->mPinnedBlocks.empty()) {
     for (const auto& pinned : mImpl->mPinnedBlocks)
@@ -276,6 +315,7 @@ void File::Close() {
   }
   mImpl->mFileBuffer.Reset();
   mImpl->mLastBlock.reset();
+  for (auto& recent : mImpl->mRecentBlocks) recent.second.reset();
   mImpl->mKnownSize.store(0);
 }
 

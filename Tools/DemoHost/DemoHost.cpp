@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "BlockCache.h"
 #include "Ostra/OstraFoundation.h"
 #include "SampleResourceIds.h"
 #include "strata/Strata.h"
@@ -445,8 +444,7 @@ void ReportFiles() {
                 static_cast<unsigned long long>(file.SizeOnDisk()));
   }
 
-  InterfaceRef<OstraTools::BlockCacheFactory> cache =
-      MakeInterface<OstraTools::BlockCacheFactory>(32u << 20);
+  InterfaceRef<Ostra::BlockCache> cache = Ostra::BlockCache::Create(32u << 20);
   Ostra::Foundation::SetFileBufferFactory(cache);
   for (int pass = 1; pass <= 2; ++pass) {
     Ostra::File file;
@@ -456,7 +454,7 @@ void ReportFiles() {
                                              Ostra::FileCreateDispositionFlags::kOpenExisting,
                                              Ostra::FileAttributesFlags::kNormal, false);
     const std::uint64_t read = DemoReadAll(file);
-    const OstraTools::BlockCacheStatistics statistics = cache->GetStatistics();
+    const Ostra::BlockCacheStatistics statistics = cache->GetStatistics();
     std::printf("  cached read %d: %s, %llu bytes; cache hits %llu, misses %llu (hit rate %.0f%%),"
                 " %llu blocks held, %llu pinned\n",
                 pass, ResultName(result), static_cast<unsigned long long>(read),
