@@ -21,6 +21,23 @@ else()
     -Wno-unknown-pragmas)
 endif()
 
+# The hardened build (scripts/test runs it beside the normal one) stops at
+# the first fault instead of running on: undefined behaviour executes a trap
+# instruction (no sanitizer run-time needed), libstdc++ checks indices and
+# preconditions, and stack overruns and overflowing fortified C calls abort.
+# Fortifying needs optimisation; the stack protector needs libssp-0.dll.
+if(OSTRA_HARDENED)
+  if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+    message(FATAL_ERROR "OSTRA_HARDENED needs an optimised build type (-O1 or above)")
+  endif()
+  set(OSTRA_HARDENED_FLAGS "-fsanitize=undefined -fsanitize-undefined-trap-on-error -D_GLIBCXX_ASSERTIONS -fstack-protector-strong -D_FORTIFY_SOURCE=2"
+      CACHE STRING "Compiler and linker flags of the hardened build")
+  separate_arguments(hardened_flags UNIX_COMMAND "${OSTRA_HARDENED_FLAGS}")
+  # Not for resource scripts: windres knows none of them.
+  add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:${hardened_flags}>")
+  add_link_options(${hardened_flags})
+endif()
+
 # Boost is header-only. The cross compiler must never see /usr/include as a
 # whole, so it gets a folder that holds only a link to the boost headers.
 include(${CMAKE_CURRENT_LIST_DIR}/OstraFoundationBoost.cmake)
@@ -40,7 +57,11 @@ target_include_directories(ostra_boost SYSTEM INTERFACE $<BUILD_INTERFACE:${OSTR
 # for the host and every DLL); it travels beside our DLLs.
 set(OSTRA_MINGW_RUNTIME_DLLS)
 if(MINGW)
-  foreach(dll libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
+  set(runtime_dlls libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
+  if(OSTRA_HARDENED)
+    list(APPEND runtime_dlls libssp-0.dll)
+  endif()
+  foreach(dll ${runtime_dlls})
     execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${dll}
                     OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
     if(NOT IS_ABSOLUTE "${path}" OR NOT EXISTS "${path}")
@@ -60,7 +81,9 @@ if(CMAKE_CROSSCOMPILING AND CMAKE_HOST_UNIX)
   if(NOT OSTRA_WINE OR NOT OSTRA_WINESERVER)
     message(FATAL_ERROR "wine64 is needed to run the tests (scripts/setup)")
   endif()
-  set(OSTRA_WINEPREFIX ${CMAKE_BINARY_DIR}/wineprefix)
+  # Build trees may share one prefix (scripts/test points the hardened
+  # build at the normal one's) to create it only once.
+  set(OSTRA_WINEPREFIX ${CMAKE_BINARY_DIR}/wineprefix CACHE PATH "Wine prefix of the tests")
   configure_file(${CMAKE_CURRENT_LIST_DIR}/wine-run.in
                  ${CMAKE_BINARY_DIR}/wine-run @ONLY
                  FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE

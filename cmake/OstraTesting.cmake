@@ -1,10 +1,20 @@
 # GoogleTest, cross-built from the system's sources, and a helper that adds
 # one CTest test per GoogleTest executable (run under Wine by the emulator).
 set(OSTRA_GTEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest sources")
-set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
-set(BUILD_GMOCK ON CACHE BOOL "" FORCE)
-set(gtest_force_shared_crt ON CACHE BOOL "" FORCE)
-add_subdirectory(${OSTRA_GTEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+# A second build tree (scripts/test's hardened one) may link the libraries
+# another tree built instead of compiling GoogleTest again: its ABI does not
+# depend on the hardening flags, and GoogleTest is not what is under test.
+set(OSTRA_GTEST_FROM "" CACHE PATH "Build tree of this project whose GoogleTest libraries to link")
+if(OSTRA_GTEST_FROM)
+  find_package(Threads REQUIRED)
+  include(${OSTRA_GTEST_FROM}/googletest/OstraGTestTargets.cmake)
+else()
+  set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+  set(BUILD_GMOCK ON CACHE BOOL "" FORCE)
+  set(gtest_force_shared_crt ON CACHE BOOL "" FORCE)
+  add_subdirectory(${OSTRA_GTEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+  export(TARGETS gtest gtest_main gmock FILE ${CMAKE_BINARY_DIR}/googletest/OstraGTestTargets.cmake)
+endif()
 
 # ostra_add_test(<name> SOURCES ... LIBS ...)
 function(ostra_add_test name)

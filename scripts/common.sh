@@ -1,13 +1,26 @@
-# Shared by scripts/test and scripts/demo: configure and build the tree.
+# Shared by scripts/test, scripts/demo and scripts/bench: configure and build.
 ROOT=$(cd "$(dirname "$0")/.." && pwd)
 BUILD=${OSTRA_BUILD_DIR:-$ROOT/build}
 
-configure_and_build() {
-  "$ROOT/scripts/setup"
-  if [ ! -f "$BUILD/build.ninja" ]; then
-    cmake -S "$ROOT" -B "$BUILD" -G Ninja \
+# configure <build dir> [cmake options]: configures a build tree once.
+configure() {
+  dir=$1
+  shift
+  if [ ! -f "$dir/build.ninja" ]; then
+    cmake -S "$ROOT" -B "$dir" -G Ninja \
       -DCMAKE_TOOLCHAIN_FILE="$ROOT/cmake/mingw-w64-x86_64.cmake" \
       -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@"
   fi
-  cmake --build "$BUILD" -j "$(nproc)"
+}
+
+# configure_and_build [targets]: installs what is missing and builds $BUILD
+# (only the targets named, when there are any).
+configure_and_build() {
+  "$ROOT/scripts/setup"
+  configure "$BUILD"
+  if [ $# -gt 0 ]; then
+    cmake --build "$BUILD" -j "$(nproc)" --target "$@"
+  else
+    cmake --build "$BUILD" -j "$(nproc)"
+  fi
 }

@@ -1,31 +1,34 @@
-// The library's own block cache: a file-buffer factory a host installs in
-// one line instead of writing its own,
-//
-//   Ostra::Foundation::SetFileBufferFactory(Ostra::BlockCache::Create(256u << 20));
-//
-// One BlockCache is one pool of blocks under a byte budget, shared by every
-// File it serves; a host normally installs one for the whole process and
-// keeps a reference to read its statistics or change its budget.
-//
-// Blocks are kept per version of a file: its path, last-write time and
-// size as the File reports them when it opens (IFileBuffer::SetFile). Two
-// Files on the same unchanged file share blocks, also after a reopen; a
-// changed file is a new version and never sees the old one's blocks (they
-// age out). Paths are compared as given, so two spellings of one path do
-// not share. When the pool holds more than its budget, the least recently
-// used unpinned blocks go first. Pinned blocks are never evicted, so the
-// pool exceeds the budget only by blocks pinned when it was reached; a
-// block that does not fit beside them is not kept at all.
-//
-// Threading: every member, and every operation of the buffers it makes,
-// may be called from any thread at any time. Lookups are spread over
-// independently locked shards, so readers of different blocks do not wait
-// for each other. Buffers keep the pool alive after the last reference to
-// the BlockCache itself is gone.
-//
-// Failures: nothing here reports one. A block that cannot be kept (no
-// memory, no room beside pinned blocks) is simply not cached; GetBlock
-// then misses and the File reads the block from disk again.
+/// \file
+/// The library's own block cache: a file-buffer factory a host installs in
+/// one line instead of writing its own,
+///
+/// ```
+///   Ostra::Foundation::SetFileBufferFactory(Ostra::BlockCache::Create(256u << 20));
+/// ```
+///
+/// One BlockCache is one pool of blocks under a byte budget, shared by every
+/// File it serves; a host normally installs one for the whole process and
+/// keeps a reference to read its statistics or change its budget.
+///
+/// Blocks are kept per version of a file: its path, last-write time and
+/// size as the File reports them when it opens (IFileBuffer::SetFile). Two
+/// Files on the same unchanged file share blocks, also after a reopen; a
+/// changed file is a new version and never sees the old one's blocks (they
+/// age out). Paths are compared as given, so two spellings of one path do
+/// not share. When the pool holds more than its budget, the least recently
+/// used unpinned blocks go first. Pinned blocks are never evicted, so the
+/// pool exceeds the budget only by blocks pinned when it was reached; a
+/// block that does not fit beside them is not kept at all.
+///
+/// Threading: every member, and every operation of the buffers it makes,
+/// may be called from any thread at any time. Lookups are spread over
+/// independently locked shards, so readers of different blocks do not wait
+/// for each other. Buffers keep the pool alive after the last reference to
+/// the BlockCache itself is gone.
+///
+/// Failures: nothing here reports one. A block that cannot be kept (no
+/// memory, no room beside pinned blocks) is simply not cached; GetBlock
+/// then misses and the File reads the block from disk again.
 #pragma once
 
 #include <cstdint>
@@ -35,48 +38,57 @@
 
 namespace Ostra {
 
+/// What a BlockCache has done and holds; BlockCache::GetStatistics.
 struct BlockCacheStatistics {
-  // Counters since the cache was made or ResetCounters was called.
-  std::uint64_t hits = 0;       // GetBlock found the block
-  std::uint64_t misses = 0;     // GetBlock did not
-  std::uint64_t additions = 0;  // AddBlock calls
-  std::uint64_t evictions = 0;  // blocks dropped for the budget (also by Clear)
-  // The state now.
-  std::uint64_t blocks = 0;        // blocks held
-  std::uint64_t bytes = 0;         // bytes held
-  std::uint64_t pinnedBlocks = 0;  // blocks with at least one pin
-  std::uint64_t pinnedBytes = 0;   // bytes of those blocks
-  std::uint64_t byteBudget = 0;
+  /// \name Counters since the cache was made or ResetCounters was called.
+  ///@{
+  std::uint64_t hits = 0;       ///< GetBlock found the block
+  std::uint64_t misses = 0;     ///< GetBlock did not
+  std::uint64_t additions = 0;  ///< AddBlock calls
+  std::uint64_t evictions = 0;  ///< blocks dropped for the budget (also by Clear)
+  ///@}
+  /// \name The state now.
+  ///@{
+  std::uint64_t blocks = 0;        ///< blocks held
+  std::uint64_t bytes = 0;         ///< bytes held
+  std::uint64_t pinnedBlocks = 0;  ///< blocks with at least one pin
+  std::uint64_t pinnedBytes = 0;   ///< bytes of those blocks
+  std::uint64_t byteBudget = 0;    ///< SetByteBudget's last value
+  ///@}
 
+  /// Hits as a share of lookups, 0 to 1; 0 before any lookup.
   double HitRate() const {
     return hits + misses ? static_cast<double>(hits) / static_cast<double>(hits + misses) : 0;
   }
 };
 
+/// A pool of file blocks under a byte budget; see the file comment.
 class OSTRA_API BlockCache : public IFileBufferFactory {
  public:
-  // A new, empty pool that holds at most inByteBudget bytes of blocks
-  // (beyond that only pinned ones). Never empty.
+  /// A new, empty pool that holds at most inByteBudget bytes of blocks
+  /// (beyond that only pinned ones). Never empty.
   static strata::classref::InterfaceRef<BlockCache> Create(std::uint64_t inByteBudget);
 
+  /// A per-File view of this pool; never empty.
   strata::classref::InterfaceRef<IFileBuffer> CreateFileBuffer() override;
 
-  // A new budget; when it is lower than what the pool holds, unpinned
-  // blocks are evicted before the call returns (for memory pressure).
+  /// A new budget; when it is lower than what the pool holds, unpinned
+  /// blocks are evicted before the call returns (for memory pressure).
   void SetByteBudget(std::uint64_t inByteBudget);
+  /// The budget in bytes, as last set.
   std::uint64_t GetByteBudget() const;
 
-  // A snapshot; under concurrent use its fields may be a moment apart.
+  /// A snapshot; under concurrent use its fields may be a moment apart.
   BlockCacheStatistics GetStatistics() const;
-  // Zeroes the hit, miss, addition and eviction counters.
+  /// Zeroes the hit, miss, addition and eviction counters.
   void ResetCounters();
-  // Evicts every unpinned block.
+  /// Evicts every unpinned block.
   void Clear();
 
-  class PrivateImpl;
+  class PrivateImpl;  ///< the pool's hidden state
 
  protected:
-  // Made by Create only: the cache lives by its reference count.
+  /// Made by Create only: the cache lives by its reference count.
   explicit BlockCache(std::uint64_t inByteBudget);
   ~BlockCache() override;
   BlockCache(const BlockCache&) = delete;

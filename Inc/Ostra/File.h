@@ -141,22 +141,22 @@ class OSTRA_API File {
   /// Keeps the inCount most recently loaded blocks pinned in the cache;
   /// takes effect only while the debug option "Ostra.UseNonPurgeable" is "true".
   void SetMultiBufferCount(int inCount);
-  // Reads up to inBlocks blocks ahead of a cached File that Read reads
-  // sequentially (0, the default: none); kept across Close. They are read
-  // on the library's read-ahead thread and handed to the cache (AddBlock,
-  // and GetBlock first, from that thread; never at the same time as the
-  // File's own AddBlock, PinBlock and UnpinBlock) before Read gets there,
-  // and Read waits for a block still being read. A jump elsewhere stops
-  // read-ahead until two blocks are read one after the other again, so
-  // random access reads nothing extra. Blocks read ahead are held by the
-  // File until Read reaches them (at most inBlocks beyond the cache's
-  // budget) and are pinned only then, like a block Read loads itself, so
-  // SetMultiBufferCount still bounds the pins. What Read returns never
-  // changes: a block that could not be read ahead is read by Read as
-  // without read-ahead, and reports its own failure if it has one. Close
-  // waits for the block being read. Read-ahead reads through a second
-  // handle on the file, so a File that does not share reading (no
-  // kShareRead) reads without it. SharedFile::ReadAt does not read ahead.
+  /// Reads up to inBlocks blocks ahead of a cached File that Read reads
+  /// sequentially (0, the default: none); kept across Close. They are read
+  /// on the library's read-ahead thread and handed to the cache (AddBlock,
+  /// and GetBlock first, from that thread; never at the same time as the
+  /// File's own AddBlock, PinBlock and UnpinBlock) before Read gets there,
+  /// and Read waits for a block still being read. A jump elsewhere stops
+  /// read-ahead until two blocks are read one after the other again, so
+  /// random access reads nothing extra. Blocks read ahead are held by the
+  /// File until Read reaches them (at most inBlocks beyond the cache's
+  /// budget) and are pinned only then, like a block Read loads itself, so
+  /// SetMultiBufferCount still bounds the pins. What Read returns never
+  /// changes: a block that could not be read ahead is read by Read as
+  /// without read-ahead, and reports its own failure if it has one. Close
+  /// waits for the block being read. Read-ahead reads through a second
+  /// handle on the file, so a File that does not share reading (no
+  /// kShareRead) reads without it. SharedFile::ReadAt does not read ahead.
   void SetReadAhead(std::uint32_t inBlocks);
 
   /// FILETIME values of the open handle.

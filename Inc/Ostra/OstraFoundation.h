@@ -16,6 +16,7 @@
 #include "Ostra/Language.h"
 #include "Ostra/Module.h"
 #include "Ostra/OstraConfig.h"
+#include "Ostra/OstraVersion.h"
 #include "Ostra/PathUtils.h"
 #include "Ostra/RegistryKey.h"
 #include "Ostra/Result.h"

@@ -1,5 +1,6 @@
 // Uses one call of each installed library; exits 0 when all answer.
 #include <cstdio>
+#include <cstring>
 
 #include "Ostra/OstraFoundation.h"
 #include "stratamedia/StrataMedia.h"
@@ -21,8 +22,12 @@ int main() {
   boost::shared_ptr<Ostra::Module> program;
   Ostra::UTF16String programPath;
   if (strata::ResultSucceeded(Ostra::Module::Create(nullptr, program))) program->GetPath(programPath);
+  // The DLLs are the version the installed headers name.
+  const bool versions =
+      std::strcmp(stratamedia::GetVersionString(), STRATAMEDIA_VERSION_STRING) == 0 &&
+      std::strcmp(Ostra::GetVersionString(), OSTRA_VERSION_STRING) == 0;
   const bool ok = result == Ostra::eAccessDenied && text == "caf\xc3\xa9" &&
-                  stratamedia::GetVersionString()[0] != '\0' && ran == 1 && !programPath.empty();
+                  versions && ran == 1 && !programPath.empty();
   std::printf("package consumer: %s\n", ok ? "ok" : "FAILED");
   return ok ? 0 : 1;
 }

@@ -22,6 +22,12 @@ using Ostra::UTF16String;
 
 void Heading(const char* inTitle) { std::printf("\n== %s ==\n", inTitle); }
 
+// Wine's ntdll exports its version; Windows' does not.
+bool RunsUnderWine() {
+  const HMODULE ntdll = ::GetModuleHandleW(L"ntdll.dll");
+  return ntdll && ::GetProcAddress(ntdll, "wine_get_version");
+}
+
 std::string Narrow(const UTF16String& inText) { return strata::string::UTF16toStdString(inText); }
 
 const char* ResultName(Ostra::Result inResult) {
@@ -50,7 +56,12 @@ void ReportLoadedLibraries() {
     std::printf("  %-20s %s\n", Narrow(name).c_str(),
                 module ? Narrow(strata::utility::GetModulePath(module)).c_str() : "NOT LOADED");
   }
-  std::printf("  stratamedia version  %s\n", stratamedia::GetVersionString());
+  // A host compares the DLLs it loaded with the headers it was built with.
+  std::printf("  versions loaded      strata %s, stratamedia %s, OstraFoundation %s\n",
+              strata::GetVersionString(), stratamedia::GetVersionString(),
+              Ostra::GetVersionString());
+  std::printf("  compiled against     %s, %s, %s\n", STRATA_VERSION_STRING,
+              STRATAMEDIA_VERSION_STRING, OSTRA_VERSION_STRING);
   std::printf("  client               %s %s\n", Narrow(strata::config::GetClientName()).c_str(),
               Narrow(strata::config::GetClientInternalVersion()).c_str());
 }
@@ -72,14 +83,20 @@ void ReportErrorMapping() {
   const struct {
     unsigned long code;
     const char* name;
-  } errors[] = {{0, "ERROR_SUCCESS"},         {2, "ERROR_FILE_NOT_FOUND"},
-                {3, "ERROR_PATH_NOT_FOUND"},   {5, "ERROR_ACCESS_DENIED"},
-                {32, "ERROR_SHARING_VIOLATION"}, {39, "ERROR_HANDLE_DISK_FULL"},
-                {80, "ERROR_FILE_EXISTS"},     {112, "ERROR_DISK_FULL"},
-                {183, "ERROR_ALREADY_EXISTS"}};
+    const char* note;
+  } errors[] = {
+      {0, "ERROR_SUCCESS", " (never kSuccess: translate only after a call failed)"},
+      {2, "ERROR_FILE_NOT_FOUND", ""},
+      {3, "ERROR_PATH_NOT_FOUND", ""},
+      {5, "ERROR_ACCESS_DENIED", ""},
+      {32, "ERROR_SHARING_VIOLATION", ""},
+      {39, "ERROR_HANDLE_DISK_FULL", ""},
+      {80, "ERROR_FILE_EXISTS", " (not mapped: only 183 means an existing file)"},
+      {112, "ERROR_DISK_FULL", ""},
+      {183, "ERROR_ALREADY_EXISTS", ""}};
   for (const auto& error : errors)
-    std::printf("  %4lu %-24s -> %s\n", error.code, error.name,
-                ResultName(Ostra::Win::SystemErrorToOstraResult(error.code)));
+    std::printf("  %4lu %-24s -> %s%s\n", error.code, error.name,
+                ResultName(Ostra::Win::SystemErrorToOstraResult(error.code)), error.note);
 
   // A real failure, translated right after the call as the library does.
   HANDLE file = ::CreateFileW(L"C:\\ostra-demo-does-not-exist\\missing.txt", GENERIC_READ, 0,
@@ -190,8 +207,9 @@ void ReportTimecode() {
   const Ostra::Timecode wrapped(TickTime(-kTicksPerSecond), kFrameRate_VideoPAL,
                                 TimeDisplayType::kTimecode25);
   wrapped.GetHMSF(h, m, s, f);
-  std::printf("  GetHMSF of -1 s without them: %d, %d, %d, %lld\n", h, m, s,
-              static_cast<long long>(f));
+  std::printf("  GetHMSF of -1 s without them: %d, %d, %d, %lld (hours wrap to 23, the rest"
+              " is the magnitude of 1 s)\n",
+              h, m, s, static_cast<long long>(f));
 
   Ostra::Timecode film(kTime_Zero, kFrameRate_Film24, TimeDisplayType::kTimecode24);
   film.SetTime(UTF16String(L"01:00:10:12"));
@@ -355,7 +373,8 @@ void ReportRegistry() {
   settings.SetRegistryKeyToReadOnly(L"WindowWidth");
   const Ostra::Result write = settings.SetUInt32Value(L"WindowWidth", 640);
   settings.GetUInt32Value(L"WindowWidth", width);
-  std::printf("  read-only WindowWidth: writing 640 reports %s, value stays %u\n",
+  std::printf("  read-only WindowWidth: writing 640 reports %s, value stays %u"
+              " (read-only values ignore writes quietly)\n",
               ResultName(write), width);
 
   std::printf("  UI language          %u (primary %u), locale code %s\n", Ostra::GetLanguageID(),
@@ -378,7 +397,7 @@ UTF16String SampleResourcesPath() {
 void ReportModules() {
   Heading("Modules and localised resources");
   boost::shared_ptr<Ostra::Module> missing;
-  std::printf("  loading a missing DLL: %s\n",
+  std::printf("  loading a missing DLL: %s (the loader's error 126 has no code of its own)\n",
               ResultName(Ostra::Module::Load(L"OstraNoSuchPlugin.dll", missing)));
 
   boost::shared_ptr<Ostra::Module> module;
@@ -478,8 +497,9 @@ void ReportFiles() {
   int shown = 0;
   std::printf("  copy with progress  [");
   const Ostra::Result copied = Ostra::File::CopyWithProgress(path, copy, DemoCopyProgress, &shown);
-  std::printf("%*s] %s%s\n", 40 - shown, "", ResultName(copied),
-              shown == 0 ? " (this system reported no progress)" : "");
+  const char* noProgress = RunsUnderWine() ? " (Wine's copy never reports progress)"
+                                            : " (the system reported no progress)";
+  std::printf("%*s] %s%s\n", 40 - shown, "", ResultName(copied), shown == 0 ? noProgress : "");
 
   const UTF16String temp = Ostra::File::MakeUniqueTempPath(path, true);
   const Ostra::Result moved = Ostra::File::Move(copy, temp);

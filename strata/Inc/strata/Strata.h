@@ -11,6 +11,7 @@
 #include "strata/Impl.h"
 #include "strata/Messaging.h"
 #include "strata/Result.h"
+#include "strata/StrataVersion.h"
 #include "strata/String.h"
 #include "strata/Threads.h"
 #include "strata/Utility.h"
