@@ -24,30 +24,6 @@ using Ostra::UTF16String;
 using OstraTest::Fuzzer;
 using OstraTest::kFuzzInputs;
 
-std::string Show(const UTF16String& inText) {
-  std::string shown;
-  for (wchar_t c : inText) {
-    if (c >= 0x20 && c < 0x7F) {
-      shown += static_cast<char>(c);
-    } else {
-      char escaped[8];
-      std::snprintf(escaped, sizeof(escaped), "\\u%04X", static_cast<unsigned>(c));
-      shown += escaped;
-    }
-  }
-  return shown;
-}
-
-// Ends the test at the first broken rule, naming the input.
-#define FUZZ_EXPECT(condition, fuzz, index, input)                                          \
-  do {                                                                                      \
-    if (!(condition)) {                                                                     \
-      ADD_FAILURE() << #condition << "\n  " << (fuzz).Where(index) << ": \"" << Show(input) \
-                    << "\"";                                                                \
-      return;                                                                               \
-    }                                                                                       \
-  } while (0)
-
 // Path text: separators of both kinds, drives, dots, the long-path and UNC
 // prefixes' characters, blanks, illegal characters, non-ASCII units (a lone
 // surrogate included) and, rarely, NUL.

@@ -11,8 +11,32 @@
 #include <cstdlib>
 #include <random>
 #include <string>
+#include <type_traits>
 
 namespace OstraTest {
+
+// Text for failure messages: printable ASCII as is, any other unit as \uXXXX.
+template <class Char>
+std::string Show(const std::basic_string<Char>& inText) {
+  std::string shown;
+  for (Char c : inText) {
+    const unsigned unit = static_cast<typename std::make_unsigned<Char>::type>(c);
+    char escaped[12];
+    std::snprintf(escaped, sizeof(escaped), "\\u%04X", unit);
+    shown += unit >= 0x20 && unit < 0x7F ? std::string(1, static_cast<char>(unit)) : escaped;
+  }
+  return shown;
+}
+
+// Ends the test at the first broken rule, naming the seed and the input.
+#define FUZZ_EXPECT(condition, fuzz, index, input)                                    \
+  do {                                                                                \
+    if (!(condition)) {                                                               \
+      ADD_FAILURE() << #condition << "\n  " << (fuzz).Where(index) << ": \""           \
+                    << ::OstraTest::Show(input) << "\"";                               \
+      return;                                                                         \
+    }                                                                                 \
+  } while (0)
 
 // Inputs per family of a fuzz test.
 const int kFuzzInputs = 100000;

@@ -17,32 +17,6 @@ using strata::UTF16String;
 using strata::string::StdToUTF16String;
 using strata::string::UTF16toStdString;
 
-std::string Hex(const std::u32string& inPoints) {
-  std::string text;
-  for (char32_t point : inPoints) text += std::to_string(static_cast<unsigned long>(point)) + " ";
-  return text;
-}
-
-std::string Hex(const UTF16String& inUnits) {
-  std::string text;
-  for (wchar_t unit : inUnits) text += std::to_string(static_cast<unsigned>(unit)) + " ";
-  return text;
-}
-
-std::string Hex(const std::string& inBytes) {
-  std::string text;
-  for (char byte : inBytes) text += std::to_string(static_cast<unsigned char>(byte)) + " ";
-  return text;
-}
-
-#define FUZZ_EXPECT(condition, fuzz, index, input)                                        \
-  do {                                                                                    \
-    if (!(condition)) {                                                                   \
-      ADD_FAILURE() << #condition << "\n  " << (fuzz).Where(index) << ": " << Hex(input); \
-      return;                                                                             \
-    }                                                                                     \
-  } while (0)
-
 bool IsSurrogate(std::uint32_t inUnit) { return inUnit >= 0xD800 && inUnit <= 0xDFFF; }
 
 // A code point from each encoded length, surrogates excluded.
@@ -64,19 +38,12 @@ char32_t CodePoint(Fuzzer& ioFuzz) {
 void AppendUtf8(char32_t inPoint, std::string& ioText) {
   if (inPoint < 0x80) {
     ioText += static_cast<char>(inPoint);
-  } else if (inPoint < 0x800) {
-    ioText += static_cast<char>(0xC0 | inPoint >> 6);
-    ioText += static_cast<char>(0x80 | (inPoint & 0x3F));
-  } else if (inPoint < 0x10000) {
-    ioText += static_cast<char>(0xE0 | inPoint >> 12);
-    ioText += static_cast<char>(0x80 | (inPoint >> 6 & 0x3F));
-    ioText += static_cast<char>(0x80 | (inPoint & 0x3F));
-  } else {
-    ioText += static_cast<char>(0xF0 | inPoint >> 18);
-    ioText += static_cast<char>(0x80 | (inPoint >> 12 & 0x3F));
-    ioText += static_cast<char>(0x80 | (inPoint >> 6 & 0x3F));
-    ioText += static_cast<char>(0x80 | (inPoint & 0x3F));
+    return;
   }
+  const int more = inPoint < 0x800 ? 1 : inPoint < 0x10000 ? 2 : 3;  // continuation bytes
+  ioText += static_cast<char>((0xF80 >> more & 0xFF) | inPoint >> 6 * more);
+  for (int shift = 6 * (more - 1); shift >= 0; shift -= 6)
+    ioText += static_cast<char>(0x80 | (inPoint >> shift & 0x3F));
 }
 
 void AppendUtf16(char32_t inPoint, UTF16String& ioText) {
