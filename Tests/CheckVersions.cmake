@@ -11,7 +11,8 @@ foreach(name strata stratamedia OstraFoundation)
     message(FATAL_ERROR "${dll}: windres cannot read its resources: ${error}")
   endif()
   foreach(expected "FILEVERSION ${numbers}, 0" "PRODUCTVERSION ${numbers}, 0"
-                   "VALUE \"FileVersion\", \"${VERSION}\"" "VALUE \"ProductVersion\", \"${VERSION}\"")
+                   "VALUE \"FileVersion\", \"${VERSION}\"" "VALUE \"ProductVersion\", \"${VERSION}\""
+                   "VALUE \"ProductName\", \"OstraFoundation\"")
     string(FIND "${rc}" "${expected}" at)
     if(at EQUAL -1)
       message(FATAL_ERROR "${dll}: its version resource lacks '${expected}':\n${rc}")
