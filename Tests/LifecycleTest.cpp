@@ -41,6 +41,22 @@ void CountCallback(const AsyncFileReader*, std::uint64_t, std::uint32_t, std::ui
   if (inResult == Ostra::kSuccess) ++*static_cast<int*>(inCount);
 }
 
+// Reads inFile's inSize bytes sector by sector and closes: every read completes.
+void ReadThroughAReader(const std::wstring& inFile, std::uint32_t inSize) {
+  AsyncFileReader reader;
+  ASSERT_EQ(Ostra::kSuccess, AsyncFileReader::Open(inFile, reader));
+  void* memory = ::VirtualAlloc(nullptr, inSize, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
+  ASSERT_TRUE(memory != nullptr);
+  int done = 0;
+  const std::uint32_t sector = reader.GetDiskSectorSize();
+  for (std::uint32_t offset = 0; offset < inSize; offset += sector)
+    reader.QueueReadRequest(offset, sector, static_cast<char*>(memory) + offset, &CountCallback,
+                            &done, nullptr, nullptr);
+  reader.Close();
+  EXPECT_EQ(int(inSize / sector), done);
+  ::VirtualFree(memory, 0, MEM_RELEASE);
+}
+
 class LifecycleTest : public OstraTest::TempDirectoryTest {};
 
 TEST_F(LifecycleTest, NestedInitializeRunsUntilTheMatchingLastTerminate) {
@@ -87,19 +103,7 @@ TEST_F(LifecycleTest, FullRestartsLeaveNoThreadOrRequestRecordBehind) {
   for (int start = 0; start < 3; ++start) {
     SCOPED_TRACE(start);
     Ostra::Foundation::Initialize();
-    {
-      AsyncFileReader reader;
-      ASSERT_EQ(Ostra::kSuccess, AsyncFileReader::Open(file, reader));
-      void* memory = ::VirtualAlloc(nullptr, kSize, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
-      int done = 0;
-      const std::uint32_t sector = reader.GetDiskSectorSize();
-      for (std::uint32_t offset = 0; offset < kSize; offset += sector)
-        reader.QueueReadRequest(offset, sector, static_cast<char*>(memory) + offset,
-                                &CountCallback, &done, nullptr, nullptr);
-      reader.Close();
-      EXPECT_EQ(int(kSize / sector), done);
-      ::VirtualFree(memory, 0, MEM_RELEASE);
-    }
+    ReadThroughAReader(file, kSize);
     EXPECT_GT(OstraTest::CountThreadsOfThisProcess(), threadsBefore) << "no I/O threads while running";
     Ostra::Foundation::Terminate();
     EXPECT_EQ(threadsBefore, OstraTest::CountThreadsOfThisProcess()) << "a thread outlived Terminate";
@@ -117,21 +121,10 @@ TEST_F(LifecycleTest, AFirstFullCycleReleasesEveryHandleItMade) {
     GTEST_SKIP() << "the system reports no handle counts";
   const int kSize = 64 * 1024;
   const std::wstring file = MakeFile(L"data.bin", std::string(kSize, 'x'));
-  void* memory = ::VirtualAlloc(nullptr, kSize, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
-  ASSERT_TRUE(memory != nullptr);
   const long before = OstraTest::ProcessHandleCount();
   Ostra::Foundation::Initialize();
   {
-    AsyncFileReader reader;
-    ASSERT_EQ(Ostra::kSuccess, AsyncFileReader::Open(file, reader));
-    int done = 0;
-    const std::uint32_t sector = reader.GetDiskSectorSize();
-    for (std::uint32_t offset = 0; offset < kSize; offset += sector)
-      reader.QueueReadRequest(offset, sector, static_cast<char*>(memory) + offset, &CountCallback,
-                              &done, nullptr, nullptr);
-    reader.Close();
-    EXPECT_EQ(int(kSize / sector), done);
-
+    ReadThroughAReader(file, kSize);
     strata::threads::ExecutorRef serial =
         strata::threads::CreateSubExecutor(strata::threads::CreateCPUBoundExecutor(), 1);
     int ran = 0;
@@ -146,7 +139,6 @@ TEST_F(LifecycleTest, AFirstFullCycleReleasesEveryHandleItMade) {
   }
   Ostra::Foundation::Terminate();
   EXPECT_EQ(before, OstraTest::ProcessHandleCount()) << "a handle outlived Terminate";
-  ::VirtualFree(memory, 0, MEM_RELEASE);
 }
 
 }  // namespace
