@@ -75,21 +75,17 @@ class RecordingBuffer : public Ostra::IFileBuffer {
     mLog.push_back("pin " + std::to_string(inOffset));
   }
 
-  // The log lines starting with inPrefix ("pin", "add", ...), in order.
-  std::vector<std::string> Calls(const std::string& inPrefix) {
+  // The log lines starting with inPrefix or inOther ("pin ", "add ", ...), in order.
+  std::vector<std::string> Calls(const std::string& inPrefix, const std::string& inOther = "-") {
     std::lock_guard<std::mutex> lock(mMutex);
     std::vector<std::string> calls;
     for (const std::string& line : mLog)
-      if (line.compare(0, inPrefix.size(), inPrefix) == 0) calls.push_back(line);
+      if (line.compare(0, inPrefix.size(), inPrefix) == 0 ||
+          line.compare(0, inOther.size(), inOther) == 0)
+        calls.push_back(line);
     return calls;
   }
-  std::vector<std::string> PinCalls() {
-    std::lock_guard<std::mutex> lock(mMutex);
-    std::vector<std::string> calls;
-    for (const std::string& line : mLog)
-      if (line.compare(0, 3, "pin") == 0 || line.compare(0, 5, "unpin") == 0) calls.push_back(line);
-    return calls;
-  }
+  std::vector<std::string> PinCalls() { return Calls("pin ", "unpin "); }
   void ClearLog() {
     std::lock_guard<std::mutex> lock(mMutex);
     mLog.clear();
@@ -149,6 +145,27 @@ class FileTest : public OstraTest::TempDirectoryTest {
                          Ostra::FileShareModeFlags::kShareRead,
                          Ostra::FileCreateDispositionFlags::kOpenExisting,
                          Ostra::FileAttributesFlags::kNormal, false);
+  }
+
+  // Opens inPath for reading beside writers, cached all the same.
+  static Ostra::Result OpenBesideWriters(File& ioFile, const std::wstring& inPath) {
+    ioFile.SetBufferSize(kBlock);
+    return ioFile.Create(inPath, Ostra::FileAccessFlags::kFileRead,
+                         Ostra::FileShareModeFlags::kShareRead |
+                             Ostra::FileShareModeFlags::kShareWrite,
+                         Ostra::FileCreateDispositionFlags::kOpenExisting,
+                         Ostra::FileAttributesFlags::kAllowCaching, false);
+  }
+
+  // Cuts inPath to inSize bytes through a handle of its own.
+  static void Shrink(const std::wstring& inPath, std::int64_t inSize) {
+    HANDLE writer = ::CreateFileW(inPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                  nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(INVALID_HANDLE_VALUE, writer);
+    LARGE_INTEGER newEnd;
+    newEnd.QuadPart = inSize;
+    EXPECT_TRUE(::SetFilePointerEx(writer, newEnd, nullptr, FILE_BEGIN) && ::SetEndOfFile(writer));
+    ::CloseHandle(writer);
   }
 
   std::string ReadAll(File& ioFile, std::uint32_t inChunk) {
@@ -269,20 +286,9 @@ TEST_F(FileTest, ZeroByteAndChangingFilesGiveClearResults) {
   const std::uint64_t size = 2 * kBlock;
   const std::wstring path = MakeFile(L"shrink.bin", Pattern(0, size));
   File file;
-  ASSERT_EQ(Ostra::kSuccess,
-            file.Create(path, Ostra::FileAccessFlags::kFileRead,
-                        Ostra::FileShareModeFlags::kShareRead |
-                            Ostra::FileShareModeFlags::kShareWrite,
-                        Ostra::FileCreateDispositionFlags::kOpenExisting,
-                        Ostra::FileAttributesFlags::kAllowCaching, false));
+  ASSERT_EQ(Ostra::kSuccess, OpenBesideWriters(file, path));
   EXPECT_EQ(size, file.SizeOnDisk());
-  HANDLE writer = ::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                nullptr, OPEN_EXISTING, 0, nullptr);
-  ASSERT_NE(INVALID_HANDLE_VALUE, writer);
-  LARGE_INTEGER newEnd;
-  newEnd.QuadPart = kBlock + 100;
-  EXPECT_TRUE(::SetFilePointerEx(writer, newEnd, nullptr, FILE_BEGIN) && ::SetEndOfFile(writer));
-  ::CloseHandle(writer);
+  Shrink(path, kBlock + 100);
 
   EXPECT_EQ(size, file.SizeOnDisk()) << "a cached File keeps the size it saw";
   std::string buffer(size, '\0');
@@ -465,22 +471,8 @@ TEST_F(FileTest, ReadAheadEndsWithCloseAndNeverChangesWhatReadReturns) {
       InstallRecordingFactory(!shrink);
       File file;
       file.SetReadAhead(ahead);
-      file.SetBufferSize(kBlock);
-      ASSERT_EQ(Ostra::kSuccess,
-                file.Create(errorsPath, Ostra::FileAccessFlags::kFileRead,
-                            Ostra::FileShareModeFlags::kShareRead | Ostra::FileShareModeFlags::kShareWrite,
-                            Ostra::FileCreateDispositionFlags::kOpenExisting,
-                            Ostra::FileAttributesFlags::kAllowCaching, false));
-      if (shrink) {
-        HANDLE writer = ::CreateFileW(errorsPath.c_str(), GENERIC_WRITE,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0,
-                                      nullptr);
-        ASSERT_NE(INVALID_HANDLE_VALUE, writer);
-        LARGE_INTEGER newEnd;
-        newEnd.QuadPart = 4 * kBlock + 77;
-        EXPECT_TRUE(::SetFilePointerEx(writer, newEnd, nullptr, FILE_BEGIN) && ::SetEndOfFile(writer));
-        ::CloseHandle(writer);
-      }
+      ASSERT_EQ(Ostra::kSuccess, OpenBesideWriters(file, errorsPath));
+      if (shrink) Shrink(errorsPath, 4 * kBlock + 77);
       // Each read as its length and whether its bytes are the file's.
       std::vector<std::string> reads;
       std::string chunk(5000, '\0');
@@ -697,17 +689,12 @@ TEST_F(FileTest, ClosedFileOperationsAssertOnceAndReturnFileNotFound) {
     EXPECT_EQ(Ostra::eFileNotFound, file.Read(&byte, 1, count));
   }
   strata::debug::SetDialogHook({});
-  const std::vector<std::string> expected = {
-      "SetFilePointer called on a File that isn't open. Please report this error.",
-      "GetFilePointer called on a File that isn't open. Please report this error.",
-      "SizeOnDisk called on a File that isn't open. Please report this error.",
-      "GetFileSystemType called on a File that isn't open. Please report this error.",
-      "Write called on a File that isn't open. Please report this error.",
-      "Flush called on a File that isn't open. Please report this error.",
-      "SetEndOfFile called on a File that isn't open. Please report this error.",
-      "GetLastModificationTime called on a File that isn't open. Please report this error.",
-      "GetCreationTime called on a File that isn't open. Please report this error.",
-  };
+  std::vector<std::string> expected;
+  for (const char* call : {"SetFilePointer", "GetFilePointer", "SizeOnDisk", "GetFileSystemType",
+                           "Write", "Flush", "SetEndOfFile", "GetLastModificationTime",
+                           "GetCreationTime"})
+    expected.push_back(std::string(call) +
+                       " called on a File that isn't open. Please report this error.");
   EXPECT_EQ(expected, messages);
 }
 
