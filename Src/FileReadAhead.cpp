@@ -32,15 +32,13 @@ strata::threads::ExecutorRef AcquireReadAheadExecutor() {
   return executor;
 }
 
-// Spins until inCounter differs from inSeen (true) or the time stamp
-// inDeadline passes (false).
-bool SpinWhileUnchanged(const std::atomic<std::uint32_t>& inCounter, std::uint32_t inSeen,
+// Spins until inCounter differs from inSeen or the time stamp inDeadline passes.
+void SpinWhileUnchanged(const std::atomic<std::uint32_t>& inCounter, std::uint32_t inSeen,
                         std::uint64_t inDeadline) {
-  for (unsigned round = 1;; ++round) {
-    if (inCounter.load(std::memory_order_acquire) != inSeen) return true;
+  for (unsigned round = 1; inCounter.load(std::memory_order_acquire) == inSeen; ++round) {
     _mm_pause();
     if (round % 64 == 0 && strata::utility::HighPrecisionTime::GetCurrentTimeStamp() > inDeadline)
-      return false;
+      return;
   }
 }
 
