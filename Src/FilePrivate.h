@@ -90,11 +90,8 @@ class ReadAhead : public std::enable_shared_from_this<ReadAhead> {
   std::uint64_t mPointer = 0;
   const strata::threads::ExecutorRef mExecutor;
   strata::threads::RecursiveMutex mMutex;
-  // Opened when a read ends while a thread is blocked at it (mBlocked).
+  // Opened whenever a read ends; the reading thread waits at it.
   strata::threads::Gate mChanged;
-  int mBlocked = 0;
-  // Reads ended so far: what Take watches before it blocks.
-  std::atomic<std::uint32_t> mFinished{0};
   strata::classref::InterfaceRef<IFileBuffer> mBuffer;
   std::map<std::uint64_t, std::shared_ptr<Slot>> mSlots;
   int mReading = 0;

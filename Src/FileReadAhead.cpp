@@ -9,7 +9,6 @@
 #include "FilePrivate.h"
 #include "Ostra/Result.h"
 #include "strata/Allocator.h"
-#include "strata/Utility.h"
 
 namespace Ostra {
 
@@ -30,16 +29,6 @@ strata::threads::ExecutorRef AcquireReadAheadExecutor() {
     sExecutor = executor;
   }
   return executor;
-}
-
-// Spins until inCounter differs from inSeen or the time stamp inDeadline passes.
-void SpinWhileUnchanged(const std::atomic<std::uint32_t>& inCounter, std::uint32_t inSeen,
-                        std::uint64_t inDeadline) {
-  for (unsigned round = 1; inCounter.load(std::memory_order_acquire) == inSeen; ++round) {
-    _mm_pause();
-    if (round % 64 == 0 && strata::utility::HighPrecisionTime::GetCurrentTimeStamp() > inDeadline)
-      return;
-  }
 }
 
 }  // namespace
@@ -125,40 +114,22 @@ void ReadAhead::ReadOne(std::uint64_t inBlockStart) {
   slot->valid = valid;
   slot->fromDisk = fromDisk;
   --mReading;
-  mFinished.fetch_add(1, std::memory_order_release);
-  if (mBlocked > 0) mChanged.Open();
+  mChanged.Open();
 }
 
 bool ReadAhead::Take(std::uint64_t inBlockStart, std::uint32_t inBlockSize, SharedBlock& outBlock,
                      std::uint32_t& outValid, bool& outFromDisk) {
   RecursiveMutex::ScopedLock lock(mMutex);
-  // The block is mostly a fraction of a read away: waking from the gate
-  // costs the reader a system call and this thread a scheduler round per
-  // block, so watch the count of finished reads for about half a
-  // millisecond (a 2 MiB read at memory speed, with room) first.
-  std::uint64_t spinUntil = 0;
   for (;;) {
     const auto found = mSlots.find(inBlockStart);
     if (found == mSlots.end()) return false;
     const std::shared_ptr<Slot> slot = found->second;
     if (slot->state == Slot::kReading) {
-      const std::uint64_t now = strata::utility::HighPrecisionTime::GetCurrentTimeStamp();
-      if (spinUntil == 0) spinUntil = now + strata::utility::HighPrecisionTime::GetFrequency() / 2000;
-      if (now < spinUntil) {
-        const std::uint32_t seen = mFinished.load(std::memory_order_acquire);
-        mMutex.Unlock();
-        SpinWhileUnchanged(mFinished, seen, spinUntil);
-        mMutex.Lock();
-        continue;
-      }
-      // Closed under the lock, opened under it by the reader, which opens
-      // it only while someone is blocked: no wake-up is lost.
-      ++mBlocked;
+      // Closed under the lock, opened under it by the reader: no wake-up is lost.
       mChanged.Close();
       mMutex.Unlock();
       mChanged.PassThrough();
       mMutex.Lock();
-      --mBlocked;
       continue;
     }
     mSlots.erase(found);
@@ -181,12 +152,10 @@ void ReadAhead::Shutdown() {
   mShutDown = true;
   mSlots.clear();
   while (mReading > 0) {
-    ++mBlocked;
     mChanged.Close();
     mMutex.Unlock();
     mChanged.PassThrough();
     mMutex.Lock();
-    --mBlocked;
   }
   mBuffer.Reset();
   mHandle.Close();
