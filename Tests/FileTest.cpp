@@ -411,9 +411,9 @@ TEST_F(FileTest, ReadAheadReadsSequentialBlocksEarlyAndNothingExtraOnJumps) {
                                           "add 262144", "add 327680"};
   EXPECT_EQ(ahead, buffer->Calls("add"));
   EXPECT_EQ(Pattern(0, read), head.substr(0, read));
-  // From here each block ahead takes longer than Read watches for it, so
-  // Read sleeps until the read-ahead thread wakes it. Entering block 2
-  // queues block 6; the pause lets the read-ahead thread be inside it.
+  // From here each block ahead is slow to read, so Read finds it in
+  // progress and sleeps until the read-ahead thread wakes it. Entering
+  // block 2 queues block 6; the pause lets the read-ahead thread be inside it.
   buffer->mOtherThreadGetMs = 30;
   const std::uint32_t headRead = read;
   std::string rest(kBlock, '\0');
