@@ -5,8 +5,6 @@
 // Items are bytes.
 #include <windows.h>
 
-#include <intrin.h>
-
 #include <atomic>
 #include <cstdio>
 #include <cstring>
@@ -226,7 +224,8 @@ int main() {
   // memory comes back from blocks the cache dropped, which left the
   // processor's caches long ago). Without the copy: the reading thread
   // alone; with it: a reading thread kept 4 blocks ahead of a copying one,
-  // both spinning, nothing else.
+  // both polling (yielding, so that load elsewhere does not starve them),
+  // nothing else.
   const std::uint32_t kRingBlocks = static_cast<std::uint32_t>(kColdBudget / kBlockSize) + 4;
   std::vector<std::vector<unsigned char>> ring(kRingBlocks, std::vector<unsigned char>(kBlockSize, 1));
   const std::uint32_t coldBlocks = static_cast<std::uint32_t>(kColdFileSize / kBlockSize);
@@ -242,7 +241,7 @@ int main() {
       HANDLE plain = OpenPlain(coldPath);
       DWORD read = 0;
       for (std::uint32_t at = 0; at < coldBlocks; ++at) {
-        while (at - copiedBlocks.load(std::memory_order_acquire) >= kReadAhead) _mm_pause();
+        while (at - copiedBlocks.load(std::memory_order_acquire) >= kReadAhead) ::SwitchToThread();
         ::ReadFile(plain, ring[at % kRingBlocks].data(), kBlockSize, &read, nullptr);
         readBlocks.store(at + 1, std::memory_order_release);
       }
@@ -250,7 +249,7 @@ int main() {
     });
     std::vector<unsigned char> piece(kBigChunk);
     for (std::uint32_t at = 0; at < coldBlocks; ++at) {
-      while (readBlocks.load(std::memory_order_acquire) <= at) _mm_pause();
+      while (readBlocks.load(std::memory_order_acquire) <= at) ::SwitchToThread();
       for (std::uint32_t offset = 0; offset < kBlockSize; offset += kBigChunk)
         std::memcpy(piece.data(), ring[at % kRingBlocks].data() + offset, kBigChunk);
       copiedBlocks.store(at + 1, std::memory_order_release);
@@ -295,7 +294,7 @@ int main() {
   shown("first read without read-ahead, speed vs the hand loop", cold[2]);
   shown("ceiling: the reading thread alone into a cache's ring of blocks", cold[4]);
   shown("ceiling: best two-thread pipeline by hand, same ring", cold[5]);
-  shown("read-ahead 4 through an 8 MiB cache (its blocks stay in L3)", cold[6]);
+  shown("read-ahead 4 through an 8 MiB cache (its blocks fit in L3)", cold[6]);
 
   ::DeleteFileW(warmPath.c_str());
   ::DeleteFileW(coldPath.c_str());
