@@ -58,6 +58,7 @@ class RecordingBuffer : public Ostra::IFileBuffer {
   }
   Ostra::Result GetBlock(std::uint64_t inOffset, std::uint32_t inSize,
                          Ostra::SharedBlock& outBlock) override {
+    if (::GetCurrentThreadId() != mReaderThread) ::Sleep(mOtherThreadGetMs.load());
     std::lock_guard<std::mutex> lock(mMutex);
     mLog.push_back("get " + std::to_string(inOffset));
     mLastGetSize = inSize;
@@ -95,6 +96,8 @@ class RecordingBuffer : public Ostra::IFileBuffer {
   const bool mAlwaysMiss;
   const DWORD mReaderThread = ::GetCurrentThreadId();
   std::atomic<int> mAddsFromOtherThreads{0};
+  // How long GetBlock takes on other threads (read-ahead), in milliseconds.
+  std::atomic<DWORD> mOtherThreadGetMs{0};
   std::vector<std::string> mLog;
   std::map<std::uint64_t, Ostra::SharedBlock> mBlocks;
   std::uint64_t mFileTime = 0, mSize = 0;
@@ -414,7 +417,17 @@ TEST_F(FileTest, ReadAheadReadsSequentialBlocksEarlyAndNothingExtraOnJumps) {
                                           "add 262144", "add 327680"};
   EXPECT_EQ(ahead, buffer->Calls("add"));
   EXPECT_EQ(Pattern(0, read), head.substr(0, read));
-  EXPECT_EQ(Pattern(read, size - read), ReadAll(file, 3000));
+  // From here each block ahead is slow to read, so Read finds it in
+  // progress and sleeps until the read-ahead thread wakes it. Entering
+  // block 2 queues block 6; the pause lets the read-ahead thread be inside it.
+  buffer->mOtherThreadGetMs = 30;
+  const std::uint32_t headRead = read;
+  std::string rest(kBlock, '\0');
+  ASSERT_EQ(Ostra::kSuccess, file.Read(&rest[0], kBlock, read));
+  ::Sleep(10);
+  rest.resize(read);
+  rest += ReadAll(file, 3000);
+  EXPECT_EQ(Pattern(headRead, size - headRead), rest);
   EXPECT_EQ(blocks + 1, buffer->Calls("add").size()) << "a block was read twice";
   EXPECT_EQ(2u, MostPinned(buffer->PinCalls()));
 }
