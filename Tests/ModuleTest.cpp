@@ -10,7 +10,7 @@
 #include "Ostra/Language.h"
 #include "Ostra/Module.h"
 #include "SampleResourceIds.h"
-#include "strata/Debug.h"
+#include "Support/Dialogs.h"
 #include "strata/Utility.h"
 
 namespace {
@@ -178,11 +178,7 @@ TEST_F(ModuleTest, FirstResourceFallsBackToTheVirtualLookupById) {
 // The reported source and line are what reports of these sites are matched
 // by, so moving the checks in WinModule.cpp breaks this test on purpose.
 TEST(ModuleContracts, EmptyPathAndProcedureNameBreakTheInputContract) {
-  std::vector<strata::debug::DialogInfo> seen;
-  strata::debug::SetDialogHook([&seen](const strata::debug::DialogInfo& inInfo) {
-    seen.push_back(inInfo);
-    return strata::debug::DialogAction::kContinue;
-  });
+  OstraTest::ContinueDialogs hook;
   boost::shared_ptr<Module> module;
   try {
     Module::Load(UTF16String(), module);
@@ -193,8 +189,7 @@ TEST(ModuleContracts, EmptyPathAndProcedureNameBreakTheInputContract) {
   EXPECT_FALSE(module);
   EXPECT_EQ(Ostra::kSuccess, Module::Create(nullptr, module));
   EXPECT_THROW(module->GetProcAddress(std::string()), strata::config::strata_exception);
-  strata::debug::SetDialogHook({});
-
+  const std::vector<strata::debug::DialogInfo> seen = hook.Seen();
   ASSERT_EQ(2u, seen.size());
   const struct {
     const char* condition;
