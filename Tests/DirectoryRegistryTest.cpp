@@ -4,15 +4,15 @@
 #include <vector>
 
 #include "Ostra/DirectoryRegistry.h"
+#include "Support/Dialogs.h"
 #include "strata/Config.h"
-#include "strata/Debug.h"
 
 namespace {
 
 namespace Registry = Ostra::DirectoryRegistry;
 using Ostra::UTF16String;
 
-std::string Show(const UTF16String& inText) { return strata::string::UTF16toStdString(inText); }
+using OstraTest::Show;
 
 // The table is process-wide: each test uses names of its own and removes
 // them afterwards.
@@ -93,11 +93,7 @@ TEST_F(DirectoryRegistryTest, ReferencesExpandAtEachLookup) {
 }
 
 TEST_F(DirectoryRegistryTest, EmptyArgumentsRaiseThePermissionErrorOrTheContract) {
-  std::vector<strata::debug::DialogInfo> dialogs;
-  strata::debug::SetDialogHook([&dialogs](const strata::debug::DialogInfo& inInfo) {
-    dialogs.push_back(inInfo);
-    return strata::debug::DialogAction::kContinue;
-  });
+  OstraTest::ContinueDialogs hook;
   const UTF16String client = strata::config::GetClientName();
   for (const auto& args : {std::make_pair(UTF16String(), UTF16String(L"reg.empty")),
                            std::make_pair(UTF16String(L"C:\\x"), UTF16String())}) {
@@ -114,6 +110,7 @@ TEST_F(DirectoryRegistryTest, EmptyArgumentsRaiseThePermissionErrorOrTheContract
     }
   }
   EXPECT_EQ(L"", Registry::FindDirectory(L"reg.empty"));
+  const std::vector<strata::debug::DialogInfo> dialogs = hook.Seen();
   ASSERT_EQ(2u, dialogs.size());
   EXPECT_EQ("!inFullPathname.empty()", dialogs[0].condition);
   EXPECT_EQ("Unable to register this directory: reg.empty", dialogs[0].message);
@@ -132,9 +129,8 @@ TEST_F(DirectoryRegistryTest, EmptyArgumentsRaiseThePermissionErrorOrTheContract
       EXPECT_EQ("$$$/strata/utility/Error/Contract/InputContractViolation", e.GetKey());
     }
   }
-  strata::debug::SetDialogHook({});
-  ASSERT_EQ(4u, dialogs.size());
-  EXPECT_EQ("!inSymbolicName.empty()", dialogs[3].condition);
+  ASSERT_EQ(4u, hook.Seen().size());
+  EXPECT_EQ("!inSymbolicName.empty()", hook.Seen()[3].condition);
 }
 
 }  // namespace

@@ -13,8 +13,8 @@
 #include "Ostra/Foundation.h"
 #include "Ostra/PathUtils.h"
 #include "Ostra/Result.h"
+#include "Support/Dialogs.h"
 #include "Support/TempDirectoryTest.h"
-#include "strata/Debug.h"
 #include "strata/FileSupport.h"
 
 namespace {
@@ -25,7 +25,7 @@ using Ostra::UTF16String;
 const unsigned int kNoLimit = 0xFFFFFFFFu;
 const Directory::CancelFunction kNoCancel;
 
-std::string Show(const UTF16String& inText) { return strata::string::UTF16toStdString(inText); }
+using OstraTest::Show;
 
 std::vector<UTF16String> Sorted(std::vector<UTF16String> inPaths) {
   std::sort(inPaths.begin(), inPaths.end());
@@ -45,16 +45,13 @@ bool Exists(const UTF16String& inPath) {
 // with; the dialog goes nowhere.
 template <class Call>
 std::string ContractKeyOf(Call inCall) {
-  strata::debug::SetDialogHook(
-      [](const strata::debug::DialogInfo&) { return strata::debug::DialogAction::kContinue; });
-  std::string key;
+  OstraTest::ContinueDialogs hook;
   try {
     inCall();
   } catch (const strata::config::strata_exception& e) {
-    key = e.GetKey();
+    return e.GetKey();
   }
-  strata::debug::SetDialogHook({});
-  return key;
+  return std::string();
 }
 
 class DirectoryTest : public OstraTest::TempDirectoryTest {
@@ -123,8 +120,7 @@ TEST_F(DirectoryTest, EveryLibraryExceptionIsARuntimeErrorWithItsUtf8Message) {
       {"eDirectoryNoLongerValid", [&] { removed.IsDirectoryEmpty(); },
        "Directory no longer exists."},
   };
-  strata::debug::SetDialogHook(
-      [](const strata::debug::DialogInfo&) { return strata::debug::DialogAction::kContinue; });
+  OstraTest::ContinueDialogs hook;
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     try {
@@ -136,7 +132,6 @@ TEST_F(DirectoryTest, EveryLibraryExceptionIsARuntimeErrorWithItsUtf8Message) {
       ADD_FAILURE() << "not a std::runtime_error";
     }
   }
-  strata::debug::SetDialogHook({});
 }
 
 // -------------------------------------------------------------- listings

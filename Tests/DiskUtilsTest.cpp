@@ -9,6 +9,7 @@
 #include "Ostra/DiskUtils.h"
 #include "Ostra/PathUtils.h"
 #include "Ostra/Result.h"
+#include "Support/Dialogs.h"
 #include "Support/TempDirectoryTest.h"
 #include "Support/TraceCapture.h"
 
@@ -17,7 +18,7 @@ namespace {
 namespace DiskUtils = Ostra::DiskUtils;
 using Ostra::UTF16String;
 
-std::string Show(const UTF16String& inText) { return strata::string::UTF16toStdString(inText); }
+using OstraTest::Show;
 
 // A drive letter with no volume behind it, or 0 when all are taken.
 wchar_t FindUnusedDriveLetter() {

@@ -5,12 +5,13 @@
 #include <string>
 
 #include "Ostra/ErrorReports.h"
+#include "Support/Dialogs.h"
 
 namespace {
 
 using Ostra::UTF16String;
 
-std::string Show(const UTF16String& inText) { return strata::string::UTF16toStdString(inText); }
+using OstraTest::Show;
 
 const wchar_t kUnknownException[] = L"!!! Unknown Exception type !!!";
 const wchar_t kAccessViolation[] =

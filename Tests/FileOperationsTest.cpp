@@ -9,10 +9,10 @@
 #include "Ostra/File.h"
 #include "Ostra/PathUtils.h"
 #include "Ostra/Result.h"
+#include "Support/Dialogs.h"
 #include "Support/HandleCount.h"
 #include "Support/TempDirectoryTest.h"
 #include "Support/TraceCapture.h"
-#include "strata/Debug.h"
 
 namespace {
 
@@ -168,11 +168,9 @@ TEST_F(FileOperationsTest, FailedSwapKeepsBothFilesAndTracesTheRetry) {
   EXPECT_EQ("new version", Contents(temp));
   EXPECT_EQ(2u, Listing().size()) << "a backup was left";
 
-  strata::debug::SetDialogHook(
-      [](const strata::debug::DialogInfo&) { return strata::debug::DialogAction::kContinue; });
+  OstraTest::ContinueDialogs hook;
   EXPECT_EQ(Ostra::eFileNotFound, File::SwapTempFile(L"", target));
   EXPECT_EQ(Ostra::eFileNotFound, File::SwapTempFile(temp, L""));
-  strata::debug::SetDialogHook({});
 }
 
 // ------------------------------------------------------ temporary names

@@ -10,7 +10,7 @@
 #include "Ostra/Language.h"
 #include "Ostra/Module.h"
 #include "SampleResourceIds.h"
-#include "strata/Debug.h"
+#include "Support/Dialogs.h"
 #include "strata/Utility.h"
 
 namespace {
@@ -122,7 +122,7 @@ TEST_F(ModuleTest, NonLocalisedLookupAsksForTheEnglishCopyOnly) {
   EXPECT_TRUE(withoutEnglish == L"(null)" || withoutEnglish == L"Neutral") << withoutEnglish;
 }
 
-TEST_F(ModuleTest, LookupsByIdAndOfTheFirstResourceOfAType) {
+TEST_F(ModuleTest, LookupsByIdAndOfAMissingType) {
   EXPECT_EQ(L"second page", TextOf([&](int& outSize) {
               return mModule->LoadResource(std::int16_t(SAMPLE_PAGE_SECOND), L"PAGES", outSize);
             }));
@@ -131,13 +131,6 @@ TEST_F(ModuleTest, LookupsByIdAndOfTheFirstResourceOfAType) {
             })) << "an integer type written as text";
   EXPECT_EQ(L"(null)", TextOf([&](int& outSize) {
               return mModule->LoadResource(std::int16_t(-1), L"PAGES", outSize);
-            }));
-
-  EXPECT_EQ(L"first page", TextOf([&](int& outSize) {
-              return mModule->LoadFirstResourceOfType(L"PAGES", outSize);
-            }));
-  EXPECT_EQ(L"raw data", TextOf([&](int& outSize) {
-              return mModule->LoadFirstResourceOfType(RT_RCDATA, outSize);
             }));
   for (const wchar_t* type : {static_cast<const wchar_t*>(L"NOTYPE"),
                               static_cast<const wchar_t*>(RT_BITMAP)}) {
@@ -164,25 +157,24 @@ class NoLocalisedCopies : public Module {
   std::vector<UTF16String> mRequests;
 };
 
-TEST_F(ModuleTest, FirstResourceFallsBackToTheVirtualLookupById) {
-  NoLocalisedCopies module(mModule->GetNativeModule());
-  EXPECT_EQ(L"first page", TextOf([&](int& outSize) {
-              return module.LoadFirstResourceOfType(L"PAGES", outSize);
-            }));
-  EXPECT_EQ(L"raw data", TextOf([&](int& outSize) {
-              return module.LoadFirstResourceOfType(RT_RCDATA, outSize);
-            }));
-  EXPECT_EQ((std::vector<UTF16String>{L"201 PAGES", L"301 #10"}), module.mRequests);
+TEST_F(ModuleTest, FirstResourceOfATypeFallsBackToTheVirtualLookupById) {
+  NoLocalisedCopies fallback(mModule->GetNativeModule());
+  for (Module* module : {mModule.get(), static_cast<Module*>(&fallback)}) {
+    SCOPED_TRACE(module == &fallback ? "no localised copies" : "localised copies");
+    EXPECT_EQ(L"first page", TextOf([&](int& outSize) {
+                return module->LoadFirstResourceOfType(L"PAGES", outSize);
+              }));
+    EXPECT_EQ(L"raw data", TextOf([&](int& outSize) {
+                return module->LoadFirstResourceOfType(RT_RCDATA, outSize);
+              }));
+  }
+  EXPECT_EQ((std::vector<UTF16String>{L"201 PAGES", L"301 #10"}), fallback.mRequests);
 }
 
 // The reported source and line are what reports of these sites are matched
 // by, so moving the checks in WinModule.cpp breaks this test on purpose.
 TEST(ModuleContracts, EmptyPathAndProcedureNameBreakTheInputContract) {
-  std::vector<strata::debug::DialogInfo> seen;
-  strata::debug::SetDialogHook([&seen](const strata::debug::DialogInfo& inInfo) {
-    seen.push_back(inInfo);
-    return strata::debug::DialogAction::kContinue;
-  });
+  OstraTest::ContinueDialogs hook;
   boost::shared_ptr<Module> module;
   try {
     Module::Load(UTF16String(), module);
@@ -193,8 +185,7 @@ TEST(ModuleContracts, EmptyPathAndProcedureNameBreakTheInputContract) {
   EXPECT_FALSE(module);
   EXPECT_EQ(Ostra::kSuccess, Module::Create(nullptr, module));
   EXPECT_THROW(module->GetProcAddress(std::string()), strata::config::strata_exception);
-  strata::debug::SetDialogHook({});
-
+  const std::vector<strata::debug::DialogInfo> seen = hook.Seen();
   ASSERT_EQ(2u, seen.size());
   const struct {
     const char* condition;

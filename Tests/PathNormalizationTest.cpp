@@ -3,13 +3,14 @@
 #include <string>
 
 #include "Ostra/PathUtils.h"
+#include "Support/Dialogs.h"
 
 namespace {
 
 namespace PathUtils = Ostra::PathUtils;
 using Ostra::UTF16String;
 
-std::string Show(const UTF16String& inText) { return strata::string::UTF16toStdString(inText); }
+using OstraTest::Show;
 
 struct NormalRow {
   UTF16String path, normalized;

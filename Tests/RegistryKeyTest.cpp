@@ -68,11 +68,14 @@ class RegistryKeyTest : public ::testing::Test {
     ::RegCloseKey(key);
     return true;
   }
-  static void RawCreateKey(const UTF16String& inPath) {
+  // False when refused (Windows takes no key names over 255 characters).
+  static bool RawCreateKey(const UTF16String& inPath) {
     HKEY key = nullptr;
-    ASSERT_EQ(ERROR_SUCCESS, ::RegCreateKeyExW(HKEY_CURRENT_USER, inPath.c_str(), 0, nullptr, 0,
-                                               KEY_ALL_ACCESS, nullptr, &key, nullptr));
+    if (::RegCreateKeyExW(HKEY_CURRENT_USER, inPath.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
+                          nullptr, &key, nullptr) != ERROR_SUCCESS)
+      return false;
     ::RegCloseKey(key);
+    return true;
   }
 
   UTF16String mPath;
@@ -270,13 +273,10 @@ TEST_F(RegistryKeyTest, BinaryWritesStopAt4096Bytes) {
 TEST_F(RegistryKeyTest, DeletingRemovesValuesAndWholeTrees) {
   for (const wchar_t* path : {L"Tree\\Level1\\Level2\\Level3", L"Tree\\Level1\\Sibling",
                               L"Tree\\Other", L"Keep\\Inner\\Leaf"})
-    RawCreateKey(Sub(path));
+    ASSERT_TRUE(RawCreateKey(Sub(path)));
   // Children at the length limit (and past it where the registry allows).
-  RawCreateKey(Sub(L"Tree\\" + UTF16String(255, L'L') + L"\\Leaf"));
-  HKEY longer = nullptr;
-  if (::RegCreateKeyExW(HKEY_CURRENT_USER, Sub(L"Tree\\" + UTF16String(300, L'M')).c_str(), 0,
-                        nullptr, 0, KEY_ALL_ACCESS, nullptr, &longer, nullptr) == ERROR_SUCCESS)
-    ::RegCloseKey(longer);
+  ASSERT_TRUE(RawCreateKey(Sub(L"Tree\\" + UTF16String(255, L'L') + L"\\Leaf")));
+  RawCreateKey(Sub(L"Tree\\" + UTF16String(300, L'M')));
   RawSet(L"v", REG_SZ, L"x", 4);
   RegistryKey key;
   ASSERT_EQ(Ostra::kSuccess, key.Open(kUser, mPath, RegistryKeyAccess::kAll));
@@ -301,13 +301,8 @@ TEST_F(RegistryKeyTest, EnumeratedKeysAreOpenOnTheirOwnKeyAndReportTheirLeafName
   const UTF16String longest(255, L'L'), longer(300, L'M');
   std::vector<UTF16String> expected{L"Alpha", L"Beta", longest};
   for (const UTF16String& name : expected)
-    RawCreateKey(Sub(name + L"\\Grandchild"));  // only children are listed
-  HKEY created = nullptr;
-  if (::RegCreateKeyExW(HKEY_CURRENT_USER, Sub(longer + L"\\Grandchild").c_str(), 0, nullptr, 0,
-                        KEY_ALL_ACCESS, nullptr, &created, nullptr) == ERROR_SUCCESS) {
-    ::RegCloseKey(created);
-    expected.push_back(longer);
-  }
+    ASSERT_TRUE(RawCreateKey(Sub(name + L"\\Grandchild")));  // only children are listed
+  if (RawCreateKey(Sub(longer + L"\\Grandchild"))) expected.push_back(longer);
   RegistryKey key;
   ASSERT_EQ(Ostra::kSuccess, key.Open(kUser, mPath, RegistryKeyAccess::kAll));
   std::vector<RegistryKey> keys(1);  // appended to, not replaced
@@ -327,8 +322,7 @@ TEST_F(RegistryKeyTest, EnumeratedKeysAreOpenOnTheirOwnKeyAndReportTheirLeafName
 }
 
 TEST_F(RegistryKeyTest, CopiesShareTheHandleWhileSwapKeepsRootAndAccess) {
-  RawCreateKey(Sub(L"R\\Child"));
-  RawCreateKey(Sub(L"W\\Child"));
+  ASSERT_TRUE(RawCreateKey(Sub(L"R\\Child")) && RawCreateKey(Sub(L"W\\Child")));
   RegistryKey reader;
   ASSERT_EQ(Ostra::kSuccess, reader.Open(kUser, Sub(L"R"), RegistryKeyAccess::kRead));
   RegistryKey child;

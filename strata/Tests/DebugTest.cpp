@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "Support/TraceCapture.h"
 #include "strata/Debug.h"
 
 namespace {
@@ -126,23 +127,10 @@ TEST(QualifiedFunctionName, StripsReturnTypeAndParameters) {
   EXPECT_EQ("Makefile", strata::debug::SourceFileName("Makefile"));
 }
 
-class TraceTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    strata::debug::SetTraceSink([this](const char* inCategory, int inLevel, const std::string& inText) {
-      mLines.push_back(std::string(inCategory) + ":" + std::to_string(inLevel) + " " + inText);
-    });
-  }
-  void TearDown() override {
-    strata::debug::SetTraceSink({});
-    strata::debug::SetTraceLevel("Test.Trace", 0);
-  }
-  std::vector<std::string> mLines;
-};
-
 void TraceAtSeven(int inValue) { STRATA_TRACE("Test.Trace", 7, "value=" << inValue); }
 
-TEST_F(TraceTest, CategoryLevelGatesEachSite) {
+TEST(Trace, CategoryLevelGatesEachSite) {
+  OstraTest::TraceCapture trace("Test.Trace", 0);
   TraceAtSeven(1);
   strata::debug::SetTraceLevel("Test.Trace", 6);
   TraceAtSeven(2);
@@ -150,10 +138,10 @@ TEST_F(TraceTest, CategoryLevelGatesEachSite) {
   TraceAtSeven(3);
   strata::debug::SetTraceLevel("Test.Trace", 0);
   TraceAtSeven(4);
-  EXPECT_EQ(std::vector<std::string>{"Test.Trace:7 value=3"}, mLines);
+  EXPECT_EQ(std::vector<std::string>{"Test.Trace:7 value=3"}, trace.Lines());
 }
 
-TEST_F(TraceTest, SiteRereadsOnlyWhenTheChangeCountMoves) {
+TEST(Trace, SiteRereadsOnlyWhenTheChangeCountMoves) {
   strata::debug::TraceSite site("Test.Trace", 2);
   const std::uint32_t before = strata::debug::GetTraceChangeCount();
   EXPECT_FALSE(site.IsEnabled());
@@ -171,14 +159,7 @@ TEST_F(TraceTest, SiteRereadsOnlyWhenTheChangeCountMoves) {
   EXPECT_TRUE(site.IsEnabled());
   EXPECT_EQ(3u, site.GetReadCount());
   strata::debug::SetTraceLevel("Test.Other", 0);
-}
-
-TEST(TraceEnvironment, CategoriesFromTheEnvironmentAreOnAtLoad) {
-  // CTest sets STRATA_TRACE="Test.Env=4;Test.EnvAll" for this program.
-  if (!std::getenv("STRATA_TRACE")) GTEST_SKIP() << "run through CTest, which sets STRATA_TRACE";
-  EXPECT_EQ(4, strata::debug::GetTraceLevel("Test.Env"));
-  EXPECT_TRUE(strata::debug::IsTraceEnabled("Test.EnvAll", 1000));
-  EXPECT_FALSE(strata::debug::IsTraceEnabled("Test.Env", 5));
+  strata::debug::SetTraceLevel("Test.Trace", 0);
 }
 
 TEST(DebugOption, DefaultUntilSetAndRereadOnlyOnChange) {
@@ -206,25 +187,25 @@ TEST(DebugOption, IntegerFallsBackOnText) {
   strata::debug::DebugDatabase::ClearOption("Test.Interval");
 }
 
-TEST(DebugOption, OptionsFromTheEnvironmentAreSetAtLoad) {
-  // CTest sets STRATA_DEBUG_OPTIONS="Test.Env.Option=on" for this program.
-  if (!std::getenv("STRATA_DEBUG_OPTIONS")) GTEST_SKIP() << "run through CTest, which sets it";
+TEST(DebugEnvironment, TraceCategoriesAndOptionsFromTheEnvironmentAreSetAtLoad) {
+  // CTest sets STRATA_TRACE="Test.Env=4;Test.EnvAll" and
+  // STRATA_DEBUG_OPTIONS="Test.Env.Option=on" for this program.
+  if (!std::getenv("STRATA_TRACE") || !std::getenv("STRATA_DEBUG_OPTIONS"))
+    GTEST_SKIP() << "run through CTest, which sets STRATA_TRACE and STRATA_DEBUG_OPTIONS";
+  EXPECT_EQ(4, strata::debug::GetTraceLevel("Test.Env"));
+  EXPECT_TRUE(strata::debug::IsTraceEnabled("Test.EnvAll", 1000));
+  EXPECT_FALSE(strata::debug::IsTraceEnabled("Test.Env", 5));
   EXPECT_EQ("on", strata::debug::DebugDatabase::GetOption("Test.Env.Option", "off"));
 }
 
 TEST(GlobalTimeMeasurement, LogsUnderItsCategoryWithElapsedTime) {
-  std::vector<std::string> lines;
-  strata::debug::SetTraceSink([&lines](const char* inCategory, int, const std::string& inText) {
-    lines.push_back(std::string(inCategory) + " " + inText);
-  });
-  strata::debug::SetTraceLevel("strata.Time", 1);
+  OstraTest::TraceCapture trace("strata.Time", 1);
   strata::debug::GlobalTimeMeasurement::IntermediateMeasurementWithLogging("StartupTime", "Start");
   strata::debug::GlobalTimeMeasurement::IntermediateMeasurementWithLogging("StartupTime", "Finish");
-  strata::debug::SetTraceLevel("strata.Time", 0);
-  strata::debug::SetTraceSink({});
+  const std::vector<std::string> lines = trace.Lines();
   ASSERT_EQ(2u, lines.size());
-  EXPECT_EQ(0u, lines[0].find("strata.Time StartupTime: Start (0 ms)")) << lines[0];
-  EXPECT_EQ(0u, lines[1].find("strata.Time StartupTime: Finish (")) << lines[1];
+  EXPECT_EQ(0u, lines[0].find("strata.Time:1 StartupTime: Start (0 ms)")) << lines[0];
+  EXPECT_EQ(0u, lines[1].find("strata.Time:1 StartupTime: Finish (")) << lines[1];
   EXPECT_GE(strata::debug::GlobalTimeMeasurement::GetElapsedMilliseconds("StartupTime"), 0.0);
 }
 

@@ -7,14 +7,15 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "Support/Dialogs.h"
 #include "Support/ThreadCount.h"
-#include "strata/Debug.h"
 #include "strata/Threads.h"
 
 namespace {
@@ -35,25 +36,17 @@ class ExecutorTest : public ::testing::Test {
  protected:
   void SetUp() override {
     mBaselineThreads = OstraTest::CountThreadsOfThisProcess();
-    strata::debug::SetDialogHook([this](const strata::debug::DialogInfo& inInfo) {
-      std::lock_guard<std::mutex> lock(mDialogMutex);
-      mDialogs.push_back(inInfo.message);
-      return strata::debug::DialogAction::kContinue;
-    });
+    mDialogs.reset(new OstraTest::ContinueDialogs);
   }
   void TearDown() override {
-    strata::debug::SetDialogHook({});
+    mDialogs.reset();
     // Whatever a test made, its threads must be gone when it ends.
     EXPECT_EQ(mBaselineThreads, OstraTest::CountThreadsOfThisProcess());
   }
-  std::vector<std::string> Dialogs() {
-    std::lock_guard<std::mutex> lock(mDialogMutex);
-    return mDialogs;
-  }
+  std::vector<std::string> Dialogs() const { return mDialogs->Messages(); }
 
   int mBaselineThreads = 0;
-  std::mutex mDialogMutex;
-  std::vector<std::string> mDialogs;
+  std::unique_ptr<OstraTest::ContinueDialogs> mDialogs;
 };
 
 TEST_F(ExecutorTest, EveryKindRunsAllTasksAndSerialOnesKeepPostingOrder) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <thread>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include "strata/Allocator.h"
@@ -91,46 +92,40 @@ TEST_F(MessagingTest, ListenersMayChangeTheStationFromInsideTheirHandler) {
   // hears the first and the second broadcast.
   struct Row {
     const char* name;
-    std::function<void(MessagingTest&, Recorder&, Recorder&, Recorder&, Recorder&)> action;
+    std::function<void(Recorder* const*)> action;  // given a, b, c, d
     std::vector<std::string> expected;
   };
   const StationID station = mStation;
+  using strata::messaging::AddListener;
+  using strata::messaging::RemoveListener;
   const std::vector<Row> rows = {
-      {"removes itself", [&](MessagingTest&, Recorder& a, Recorder&, Recorder&, Recorder&) {
-         strata::messaging::RemoveListener(station, &a);
-       }, {"a1", "b1", "c1", "b2", "c2"}},
-      {"removes a later one", [&](MessagingTest&, Recorder&, Recorder&, Recorder& c, Recorder&) {
-         strata::messaging::RemoveListener(station, &c);
-       }, {"a1", "b1", "a2", "b2"}},
+      {"removes itself", [&](Recorder* const* r) { RemoveListener(station, r[0]); },
+       {"a1", "b1", "c1", "b2", "c2"}},
+      {"removes a later one", [&](Recorder* const* r) { RemoveListener(station, r[2]); },
+       {"a1", "b1", "a2", "b2"}},
       {"adds one: heard from the next broadcast on",
-       [&](MessagingTest&, Recorder&, Recorder&, Recorder&, Recorder& d) {
-         strata::messaging::AddListener(station, &d);
-       }, {"a1", "b1", "c1", "a2", "b2", "c2", "d2"}},
+       [&](Recorder* const* r) { AddListener(station, r[3]); },
+       {"a1", "b1", "c1", "a2", "b2", "c2", "d2"}},
       {"removes and re-adds a later one: it moves to the end",
-       [&](MessagingTest&, Recorder&, Recorder& b, Recorder&, Recorder&) {
-         strata::messaging::RemoveListener(station, &b);
-         strata::messaging::AddListener(station, &b);
-       }, {"a1", "c1", "a2", "c2", "b2"}},
-      {"disposes the station", [&](MessagingTest&, Recorder&, Recorder&, Recorder&, Recorder&) {
-         strata::messaging::DisposeStation(station);
-       }, {"a1"}},
-      {"broadcasts again on the same station, once",
-       [&](MessagingTest& test, Recorder&, Recorder&, Recorder&, Recorder&) {
-         test.Send(7);
-       }, {"a1", "a7", "b7", "c7", "b1", "c1", "a2", "b2", "c2"}},
+       [&](Recorder* const* r) {
+         RemoveListener(station, r[1]);
+         AddListener(station, r[1]);
+       },
+       {"a1", "c1", "a2", "c2", "b2"}},
+      {"disposes the station",
+       [&](Recorder* const*) { strata::messaging::DisposeStation(station); }, {"a1"}},
+      {"broadcasts again on the same station, once", [&](Recorder* const*) { Send(7); },
+       {"a1", "a7", "b7", "c7", "b1", "c1", "a2", "b2", "c2"}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     mLog.clear();
     strata::messaging::RegisterStation(mStation);
     Recorder a(mLog, "a"), b(mLog, "b"), c(mLog, "c"), d(mLog, "d");
-    for (Recorder* r : {&a, &b, &c}) strata::messaging::AddListener(mStation, r);
+    Recorder* const recorders[] = {&a, &b, &c, &d};
+    for (Recorder* r : {&a, &b, &c}) AddListener(mStation, r);
     bool acted = false;
-    a.mAction = [&] {
-      if (acted) return;
-      acted = true;
-      row.action(*this, a, b, c, d);
-    };
+    a.mAction = [&] { if (!std::exchange(acted, true)) row.action(recorders); };
     Send(1);
     Send(2);
     EXPECT_EQ(row.expected, mLog);
