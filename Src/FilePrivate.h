@@ -84,6 +84,8 @@ class ReadAhead : public std::enable_shared_from_this<ReadAhead> {
  private:
   struct Slot;
   void ReadOne(std::uint64_t inBlockStart);
+  // With mMutex held once: lets it go until a read ends, then takes it again.
+  void WaitForChange();
 
   // Used by the read-ahead thread only, one task at a time.
   Win::ScopedHandle mHandle;

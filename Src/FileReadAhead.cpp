@@ -16,10 +16,14 @@ namespace {
 
 using strata::threads::RecursiveMutex;
 
+// At namespace scope rather than in the function: Files that start reading
+// ahead together would race on a function's statics, and the C++ runtime's
+// wait for them makes handles that outlive the library.
+RecursiveMutex sExecutorMutex;
+boost::weak_ptr<strata::threads::Executor> sExecutor;
+
 strata::threads::ExecutorRef AcquireReadAheadExecutor() {
-  static RecursiveMutex sMutex;
-  static boost::weak_ptr<strata::threads::Executor> sExecutor;
-  RecursiveMutex::ScopedLock lock(sMutex);
+  RecursiveMutex::ScopedLock lock(sExecutorMutex);
   strata::threads::ExecutorRef executor = sExecutor.lock();
   if (!executor) {
     // Above normal: it mostly waits for the disk, and a reader waits for it.
@@ -125,11 +129,7 @@ bool ReadAhead::Take(std::uint64_t inBlockStart, std::uint32_t inBlockSize, Shar
     if (found == mSlots.end()) return false;
     const std::shared_ptr<Slot> slot = found->second;
     if (slot->state == Slot::kReading) {
-      // Closed under the lock, opened under it by the reader: no wake-up is lost.
-      mChanged.Close();
-      mMutex.Unlock();
-      mChanged.PassThrough();
-      mMutex.Lock();
+      WaitForChange();
       continue;
     }
     mSlots.erase(found);
@@ -139,6 +139,14 @@ bool ReadAhead::Take(std::uint64_t inBlockStart, std::uint32_t inBlockSize, Shar
     outFromDisk = slot->fromDisk;
     return true;
   }
+}
+
+void ReadAhead::WaitForChange() {
+  // Closed under the lock, opened under it by the reader: no wake-up is lost.
+  mChanged.Close();
+  mMutex.Unlock();
+  mChanged.PassThrough();
+  mMutex.Lock();
 }
 
 void ReadAhead::Stop() {
@@ -151,12 +159,7 @@ void ReadAhead::Shutdown() {
   RecursiveMutex::ScopedLock lock(mMutex);
   mShutDown = true;
   mSlots.clear();
-  while (mReading > 0) {
-    mChanged.Close();
-    mMutex.Unlock();
-    mChanged.PassThrough();
-    mMutex.Lock();
-  }
+  while (mReading > 0) WaitForChange();
   mBuffer.Reset();
   mHandle.Close();
 }
