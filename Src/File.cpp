@@ -92,7 +92,7 @@ Result File::PrivateImpl::EnterBlock(std::uint64_t inBlockStart, std::uint64_t i
   outValid = blockSize;
   // Shared reads do not read ahead: their threads' order says nothing.
   if (!ioMutex && mReadAheadBlocks > 0 && !mReadAhead && !mReadAheadRefused) {
-    mReadAhead = ReadAhead::Start(mHandle.Get(), mFileBuffer);
+    mReadAhead = ReadAhead::Start(mHandle.Get());
     // Asked once per opening: a File that shares no reading stays without.
     mReadAheadRefused = !mReadAhead;
   }
@@ -101,14 +101,14 @@ Result File::PrivateImpl::EnterBlock(std::uint64_t inBlockStart, std::uint64_t i
     // The block after the last one: read the next ones ahead, before this
     // one is read here. Anything else is a jump, which stops read-ahead.
     if (mLastBlock && inBlockStart == mLastBlockOffset + blockSize)
-      ahead->Schedule(inBlockStart, blockSize, mReadAheadBlocks, inSize);
+      ahead->Schedule(inBlockStart, blockSize, mReadAheadBlocks, inSize, *mFileBuffer);
     else
       ahead->Stop();
     bool fromDisk = false;
     if (ahead->Take(inBlockStart, blockSize, outBlock, outValid, fromDisk)) {
       SetLastBlock(inBlockStart, outBlock, outValid, inSize, nullptr);
-      // Read from disk for this File: pinned as if it had read it itself.
-      if (fromDisk) AddAndPin(inBlockStart, outBlock, false);
+      // Read from disk for this File: cached and pinned as if read here.
+      if (fromDisk) AddAndPin(inBlockStart, outBlock);
       return kSuccess;
     }
   }
@@ -132,7 +132,7 @@ Result File::PrivateImpl::EnterBlock(std::uint64_t inBlockStart, std::uint64_t i
   outValid = got;
   OptionalLock lock(ioMutex);
   SetLastBlock(inBlockStart, outBlock, got, inSize, ioMutex);
-  AddAndPin(inBlockStart, outBlock, true);
+  AddAndPin(inBlockStart, outBlock);
   return kSuccess;
 }
 
@@ -154,11 +154,8 @@ void File::PrivateImpl::SetLastBlock(std::uint64_t inBlockStart, const SharedBlo
   mHitLength = std::min<std::uint64_t>(inValid, inSize - inBlockStart);
 }
 
-void File::PrivateImpl::AddAndPin(std::uint64_t inBlockStart, const SharedBlock& inBlock,
-                                  bool inAdd) {
-  // With read-ahead on, its thread's AddBlock must not meet these calls.
-  OptionalLock lock(mReadAhead ? &mReadAhead->CacheCallMutex() : nullptr);
-  if (inAdd) mFileBuffer->AddBlock(inBlock, inBlockStart);
+void File::PrivateImpl::AddAndPin(std::uint64_t inBlockStart, const SharedBlock& inBlock) {
+  mFileBuffer->AddBlock(inBlock, inBlockStart);
   PinLoadedBlock(inBlockStart);
 }
 
@@ -166,13 +163,21 @@ void File::PrivateImpl::PinLoadedBlock(std::uint64_t inBlockStart) {
   if (mMultiBufferCount < 1) return;
   const std::uint64_t stamp = strata::utility::HighPrecisionTime::GetCurrentTimeStamp();
   if (mPinnedBlocks.size() >= static_cast<std::size_t>(mMultiBufferCount)) {
-    const auto oldest = mPinnedBlocks.begin();
-    mFileBuffer->UnpinBlock(oldest->second, mBlockSize);
-    mPinnedBlocks.erase(oldest);
+    // Forgotten first: a cache that throws here is never asked twice.
+    const std::uint64_t oldest = mPinnedBlocks.begin()->second;
+    mPinnedBlocks.erase(mPinnedBlocks.begin());
+    mFileBuffer->UnpinBlock(oldest, mBlockSize);
   }
-  mFileBuffer->PinBlock(inBlockStart, mBlockSize);
-  // Two blocks pinned within one clock tick: the first keeps the entry.
-  mPinnedBlocks.insert(std::make_pair(stamp, inBlockStart));
+  // Recorded before the pin, so that no pin is made that Close would not
+  // give back; a cache that throws takes the record back with it. Two
+  // blocks pinned within one clock tick: the first keeps the entry.
+  const auto recorded = mPinnedBlocks.insert(std::make_pair(stamp, inBlockStart));
+  try {
+    mFileBuffer->PinBlock(inBlockStart, mBlockSize);
+  } catch (...) {
+    if (recorded.second) mPinnedBlocks.erase(recorded.first);
+    throw;
+  }
 }
 
 // ---------------------------------------------------------------- File

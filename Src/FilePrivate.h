@@ -48,57 +48,54 @@ Result ReadSequentially(void* inHandle, std::uint64_t inOffset, std::uint64_t& i
 
 // The blocks a sequentially read File asks for before it gets there, read
 // on the library's read-ahead thread through a handle of its own (reads at
-// an offset cost twice what reads in order cost under Wine) and handed to
-// the File's cache. The reading thread calls every member; the read-ahead
-// thread only runs the tasks it is given. Nothing here reports a failure:
-// a block that could not be read ahead is read by the File itself.
-class ReadAhead : public std::enable_shared_from_this<ReadAhead> {
+// an offset cost twice what reads in order cost under Wine). The read-ahead
+// thread only reads the disk into blocks of its own: every call into the
+// host's cache stays on the File's thread, so a host never sees the File's
+// cache calls at once, and none after Close. The File's thread calls every
+// member. Nothing here reports a failure: a block that could not be read
+// ahead is read by the File itself.
+class ReadAhead {
  public:
-  // Empty when the read-ahead thread or a second handle on the File's
-  // file cannot be had.
-  static std::shared_ptr<ReadAhead> Start(void* inFileHandle,
-                                          strata::classref::InterfaceRef<IFileBuffer> inBuffer);
-  ReadAhead(Win::ScopedHandle&& ioHandle, strata::classref::InterfaceRef<IFileBuffer> inBuffer,
-            strata::threads::ExecutorRef inExecutor);
+  // Null when the read-ahead thread or a second handle on the File's file
+  // cannot be had.
+  static std::unique_ptr<ReadAhead> Start(void* inFileHandle);
+  // Drops what is queued, waits for the read in progress and closes the
+  // second handle; the last one to go ends the read-ahead thread.
+  ~ReadAhead();
+  ReadAhead(const ReadAhead&) = delete;
+  ReadAhead& operator=(const ReadAhead&) = delete;
 
   // Queues the inDepth blocks after inBlockStart that are below inSize and
-  // not queued yet.
+  // not queued yet. A block ioBuffer holds already is taken from it here
+  // instead of being read; a cache that fails is taken for a miss.
   void Schedule(std::uint64_t inBlockStart, std::uint32_t inBlockSize, std::uint32_t inDepth,
-                std::uint64_t inSize);
+                std::uint64_t inSize, IFileBuffer& ioBuffer);
   // The block at inBlockStart if it was read ahead: waits while it is being
   // read; one only queued is dropped (the caller reads it sooner itself).
   // outValid: the bytes that hold file data; outFromDisk: read from disk
-  // rather than found in the cache.
+  // rather than found in the cache (the caller then hands it to the cache).
   bool Take(std::uint64_t inBlockStart, std::uint32_t inBlockSize, SharedBlock& outBlock,
             std::uint32_t& outValid, bool& outFromDisk);
   // Drops what is queued (a jump: reading is not sequential any more).
   void Stop();
-  // Stop, wait for the read in progress and close the second handle.
-  void Shutdown();
-
-  // Held around the File's own AddBlock, PinBlock and UnpinBlock calls, so
-  // that the cache never sees them at the same time as the read-ahead
-  // thread's AddBlock (a host's cache need only take GetBlock concurrently).
-  strata::threads::RecursiveMutex& CacheCallMutex() { return mMutex; }
 
  private:
-  struct Slot;
-  void ReadOne(std::uint64_t inBlockStart);
-  // With mMutex held once: lets it go until a read ends, then takes it again.
-  void WaitForChange();
+  struct State;
+  ReadAhead(std::shared_ptr<State> inState, strata::threads::ExecutorRef inExecutor);
 
-  // Used by the read-ahead thread only, one task at a time.
-  Win::ScopedHandle mHandle;
-  std::uint64_t mPointer = 0;
-  const strata::threads::ExecutorRef mExecutor;
-  strata::threads::RecursiveMutex mMutex;
-  // Opened whenever a read ends; the reading thread waits at it.
-  strata::threads::Gate mChanged;
-  strata::classref::InterfaceRef<IFileBuffer> mBuffer;
-  std::map<std::uint64_t, std::shared_ptr<Slot>> mSlots;
-  int mReading = 0;
-  bool mShutDown = false;
+  // Shared with the tasks queued on the read-ahead thread, which may run
+  // after this object is gone; it holds nothing of the host's.
+  const std::shared_ptr<State> mState;
+  strata::threads::ExecutorRef mExecutor;
 };
+
+namespace Internal {
+
+// Blocks the read-ahead thread has read from disk since the library was
+// loaded; exported only so that the library's tests can see read-ahead work.
+OSTRA_API std::uint64_t CountBlocksReadAhead();
+
+}  // namespace Internal
 
 class File::PrivateImpl : public strata::Impl {
  public:
@@ -129,8 +126,8 @@ class File::PrivateImpl : public strata::Impl {
   // for File::Read, the block of its hit path.
   void SetLastBlock(std::uint64_t inBlockStart, const SharedBlock& inBlock, std::uint32_t inValid,
                     std::uint64_t inSize, strata::threads::RecursiveMutex* ioMutex);
-  // AddBlock and pinning of a block the File read itself or had read ahead.
-  void AddAndPin(std::uint64_t inBlockStart, const SharedBlock& inBlock, bool inAdd);
+  // AddBlock and pinning of a block read from disk, here or ahead.
+  void AddAndPin(std::uint64_t inBlockStart, const SharedBlock& inBlock);
   // Keeps the most recently loaded blocks pinned, oldest out first.
   void PinLoadedBlock(std::uint64_t inBlockStart);
   // Forgets the hit path's block.
@@ -142,7 +139,6 @@ class File::PrivateImpl : public strata::Impl {
   }
   // Stops read-ahead and waits for the read in progress.
   void StopReadAhead() {
-    if (mReadAhead) mReadAhead->Shutdown();
     mReadAhead.reset();
     mReadAheadRefused = false;
   }
@@ -185,7 +181,7 @@ class File::PrivateImpl : public strata::Impl {
   // Blocks to read ahead of a sequential File::Read; 0: none. Kept across Close.
   std::uint32_t mReadAheadBlocks = 0;
   // While open, cached and reading ahead.
-  std::shared_ptr<ReadAhead> mReadAhead;
+  std::unique_ptr<ReadAhead> mReadAhead;
   // Read-ahead could not start for this opening.
   bool mReadAheadRefused = false;
 };

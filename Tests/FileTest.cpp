@@ -15,8 +15,10 @@
 #include "Ostra/BlockCache.h"
 #include "Ostra/File.h"
 #include "Ostra/Result.h"
+#include "FilePrivate.h"
 #include "Support/HandleCount.h"
 #include "Support/TempDirectoryTest.h"
+#include "Support/Watchdog.h"
 #include "strata/Debug.h"
 
 namespace {
@@ -39,27 +41,28 @@ std::string Pattern(std::uint64_t inStart, std::size_t inSize) {
 }
 
 // Records every call a File makes and keeps the blocks it is given (or,
-// with inAlwaysMiss, finds none of them).
+// with inAlwaysMiss, finds none of them). Every call also notes whether it
+// came from another thread than the test's or began inside another call,
+// and takes mHostLock when there is one, as a host that guards its cache
+// with the lock it holds around its reads would.
 class RecordingBuffer : public Ostra::IFileBuffer {
  public:
   explicit RecordingBuffer(bool inAlwaysMiss) : mAlwaysMiss(inAlwaysMiss) {}
   void SetFile(const std::uint64_t& inTime, const Ostra::UTF16String& inPath,
                const std::uint64_t& inSize) override {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Call call(*this);
     mFileTime = inTime;
     mPath = inPath;
     mSize = inSize;
   }
   void AddBlock(Ostra::SharedBlock inBlock, std::uint64_t inOffset) override {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Call call(*this);
     mLog.push_back("add " + std::to_string(inOffset));
     mBlocks[inOffset] = inBlock;
-    if (::GetCurrentThreadId() != mReaderThread) ++mAddsFromOtherThreads;
   }
   Ostra::Result GetBlock(std::uint64_t inOffset, std::uint32_t inSize,
                          Ostra::SharedBlock& outBlock) override {
-    if (::GetCurrentThreadId() != mReaderThread) ::Sleep(mOtherThreadGetMs.load());
-    std::lock_guard<std::mutex> lock(mMutex);
+    Call call(*this);
     mLog.push_back("get " + std::to_string(inOffset));
     mLastGetSize = inSize;
     const auto found = mBlocks.find(inOffset);
@@ -68,11 +71,11 @@ class RecordingBuffer : public Ostra::IFileBuffer {
     return Ostra::kSuccess;
   }
   void UnpinBlock(std::uint64_t inOffset, std::uint32_t) override {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Call call(*this);
     mLog.push_back("unpin " + std::to_string(inOffset));
   }
   void PinBlock(std::uint64_t inOffset, std::uint32_t) override {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Call call(*this);
     mLog.push_back("pin " + std::to_string(inOffset));
   }
 
@@ -95,14 +98,35 @@ class RecordingBuffer : public Ostra::IFileBuffer {
   std::mutex mMutex;
   const bool mAlwaysMiss;
   const DWORD mReaderThread = ::GetCurrentThreadId();
-  std::atomic<int> mAddsFromOtherThreads{0};
-  // How long GetBlock takes on other threads (read-ahead), in milliseconds.
-  std::atomic<DWORD> mOtherThreadGetMs{0};
+  std::recursive_mutex* mHostLock = nullptr;
+  std::atomic<int> mCallsFromOtherThreads{0};
+  std::atomic<int> mOverlappingCalls{0};
   std::vector<std::string> mLog;
   std::map<std::uint64_t, Ostra::SharedBlock> mBlocks;
   std::uint64_t mFileTime = 0, mSize = 0;
   std::uint32_t mLastGetSize = 0;
   Ostra::UTF16String mPath;
+
+ private:
+  // One call: the host's lock, the checks, then the buffer's own lock.
+  class Call {
+   public:
+    explicit Call(RecordingBuffer& ioBuffer) : mBuffer(ioBuffer) {
+      if (mBuffer.mHostLock) mBuffer.mHostLock->lock();
+      if (::GetCurrentThreadId() != mBuffer.mReaderThread) ++mBuffer.mCallsFromOtherThreads;
+      if (mBuffer.mInCall.fetch_add(1) != 0) ++mBuffer.mOverlappingCalls;
+      mBuffer.mMutex.lock();
+    }
+    ~Call() {
+      mBuffer.mMutex.unlock();
+      --mBuffer.mInCall;
+      if (mBuffer.mHostLock) mBuffer.mHostLock->unlock();
+    }
+
+   private:
+    RecordingBuffer& mBuffer;
+  };
+  std::atomic<int> mInCall{0};
 };
 
 class RecordingFactory : public Ostra::IFileBufferFactory {
@@ -357,7 +381,7 @@ TEST_F(FileTest, ReadAheadReadsSequentialBlocksEarlyAndNothingExtraOnJumps) {
   const std::uint64_t size = blocks * kBlock + 100;
   const std::wstring path = MakeFile(L"ahead.bin", Pattern(0, size));
   const std::int64_t block = kBlock;
-  // Reads as (position, count); -1 position: carry on where the last ended.
+  // Reads as (position, count).
   const struct {
     const char* what;
     std::vector<std::pair<std::int64_t, std::uint32_t>> reads;
@@ -376,6 +400,7 @@ TEST_F(FileTest, ReadAheadReadsSequentialBlocksEarlyAndNothingExtraOnJumps) {
     for (const auto& pattern : patterns) {
       SCOPED_TRACE(std::string(pattern.what) + ", read-ahead " + std::to_string(ahead));
       InterfaceRef<RecordingFactory> factory = InstallRecordingFactory();
+      const std::uint64_t readAheadBefore = Ostra::Internal::CountBlocksReadAhead();
       File file;
       file.SetReadAhead(ahead);
       ASSERT_EQ(Ostra::kSuccess, OpenCached(file, path));
@@ -389,20 +414,22 @@ TEST_F(FileTest, ReadAheadReadsSequentialBlocksEarlyAndNothingExtraOnJumps) {
       // A read wrongly queued would show up by now.
       ::Sleep(50);
       file.Close();
-      const std::size_t reads = factory->mLast->Calls("add").size();
+      const std::uint64_t readAhead = Ostra::Internal::CountBlocksReadAhead() - readAheadBefore;
+      EXPECT_EQ(pattern.blocksTouched, factory->mLast->Calls("add").size());
       if (ahead && pattern.readsAhead) {
-        EXPECT_LE(pattern.blocksTouched, reads);
-        EXPECT_GE(pattern.blocksTouched + ahead, reads);
+        EXPECT_GE(ahead, readAhead);
       } else {
-        EXPECT_EQ(pattern.blocksTouched, reads) << "a block read that nobody asked for";
-        EXPECT_EQ(0, factory->mLast->mAddsFromOtherThreads.load());
+        EXPECT_EQ(0u, readAhead) << "a block read that nobody asked for";
       }
+      EXPECT_EQ(0, factory->mLast->mCallsFromOtherThreads.load());
     }
   }
 
-  // Reading straight through: the blocks ahead arrive in the cache before
-  // Read asks, each block is read once, and the pins stay within the count.
+  // Reading straight through: the blocks ahead are looked up in the cache
+  // when they are queued and read on the read-ahead thread; each reaches
+  // the cache once, from this thread, and the pins stay within the count.
   InterfaceRef<RecordingFactory> factory = InstallRecordingFactory();
+  const std::uint64_t readAheadBefore = Ostra::Internal::CountBlocksReadAhead();
   File file;
   file.SetReadAhead(4);
   file.SetMultiBufferCount(2);
@@ -411,25 +438,56 @@ TEST_F(FileTest, ReadAheadReadsSequentialBlocksEarlyAndNothingExtraOnJumps) {
   std::uint32_t read = 0;
   ASSERT_EQ(Ostra::kSuccess, file.Read(&head[0], kBlock + 10, read));  // blocks 0 and 1
   InterfaceRef<RecordingBuffer> buffer = factory->mLast;
-  EXPECT_TRUE(Eventually([&] { return buffer->mAddsFromOtherThreads.load() == 4; }))
-      << buffer->mAddsFromOtherThreads.load() << " blocks read ahead";
-  const std::vector<std::string> ahead = {"add 0", "add 65536", "add 131072", "add 196608",
-                                          "add 262144", "add 327680"};
-  EXPECT_EQ(ahead, buffer->Calls("add"));
+  const std::vector<std::string> lookups = {"get 0",      "get 131072", "get 196608",
+                                            "get 262144", "get 327680", "get 65536"};
+  EXPECT_EQ(lookups, buffer->Calls("get"));
+  EXPECT_TRUE(Eventually([&] { return Ostra::Internal::CountBlocksReadAhead() - readAheadBefore == 4; }))
+      << Ostra::Internal::CountBlocksReadAhead() - readAheadBefore << " blocks read ahead";
   EXPECT_EQ(Pattern(0, read), head.substr(0, read));
-  // From here each block ahead is slow to read, so Read finds it in
-  // progress and sleeps until the read-ahead thread wakes it. Entering
-  // block 2 queues block 6; the pause lets the read-ahead thread be inside it.
-  buffer->mOtherThreadGetMs = 30;
   const std::uint32_t headRead = read;
-  std::string rest(kBlock, '\0');
-  ASSERT_EQ(Ostra::kSuccess, file.Read(&rest[0], kBlock, read));
-  ::Sleep(10);
-  rest.resize(read);
-  rest += ReadAll(file, 3000);
-  EXPECT_EQ(Pattern(headRead, size - headRead), rest);
-  EXPECT_EQ(blocks + 1, buffer->Calls("add").size()) << "a block was read twice";
+  EXPECT_EQ(Pattern(headRead, size - headRead), ReadAll(file, 3000));
+  EXPECT_EQ(blocks + 1, buffer->Calls("add").size()) << "a block was added twice or not at all";
   EXPECT_EQ(2u, MostPinned(buffer->PinCalls()));
+  EXPECT_EQ(0, buffer->mCallsFromOtherThreads.load());
+}
+
+// A host that holds its own lock around Read and takes it in its cache: no
+// call may come from another thread (it would wait for the lock while Read
+// waits for it), and none may begin while another is running.
+TEST_F(FileTest, ReadAheadCallsTheCacheOnlyFromTheReadingThreadOneAtATime) {
+  OstraTest::Watchdog watchdog("a host lock around Read and the cache", std::chrono::seconds(60));
+  const std::uint64_t size = 40 * kBlock + 3;
+  const std::wstring path = MakeFile(L"lock.bin", Pattern(0, size));
+  std::recursive_mutex hostLock;
+  for (bool alwaysMiss : {true, false}) {
+    SCOPED_TRACE(alwaysMiss ? "cache always misses" : "cache keeps blocks");
+    InterfaceRef<RecordingFactory> factory = InstallRecordingFactory(alwaysMiss);
+    File file;
+    file.SetReadAhead(8);
+    file.SetMultiBufferCount(3);
+    ASSERT_EQ(Ostra::kSuccess, OpenCached(file, path));
+    factory->mLast->mHostLock = &hostLock;
+    std::string all;
+    for (int pass = 0; pass < 2; ++pass) {
+      ASSERT_EQ(Ostra::kSuccess, file.SetFilePointer(0, Ostra::FilePointerMoveMethod::kBegin));
+      all.clear();
+      std::string chunk(7000, '\0');
+      for (;;) {
+        std::uint32_t read = 0;
+        std::lock_guard<std::recursive_mutex> lock(hostLock);
+        ASSERT_EQ(Ostra::kSuccess, file.Read(&chunk[0], 7000, read));
+        if (read == 0) break;
+        all.append(chunk, 0, read);
+      }
+      EXPECT_TRUE(all == Pattern(0, size)) << "pass " << pass;
+    }
+    {
+      std::lock_guard<std::recursive_mutex> lock(hostLock);
+      file.Close();
+    }
+    EXPECT_EQ(0, factory->mLast->mCallsFromOtherThreads.load());
+    EXPECT_EQ(0, factory->mLast->mOverlappingCalls.load());
+  }
 }
 
 TEST_F(FileTest, ReadAheadEndsWithCloseAndNeverChangesWhatReadReturns) {
@@ -451,9 +509,9 @@ TEST_F(FileTest, ReadAheadEndsWithCloseAndNeverChangesWhatReadReturns) {
     } else {
       file->Close();
     }
-    const std::size_t added = factory->mLast->Calls("add").size();
+    const std::uint64_t readAhead = Ostra::Internal::CountBlocksReadAhead();
     ::Sleep(20);
-    EXPECT_EQ(added, factory->mLast->Calls("add").size()) << "a read after Close";
+    EXPECT_EQ(readAhead, Ostra::Internal::CountBlocksReadAhead()) << "a read after Close";
     EXPECT_EQ(1, factory->mLast->GetRefCount()) << "read-ahead kept the buffer";
   }
   {
@@ -467,8 +525,9 @@ TEST_F(FileTest, ReadAheadEndsWithCloseAndNeverChangesWhatReadReturns) {
               file.Create(path, Ostra::FileAccessFlags::kFileRead, Ostra::FileShareModeFlags::kShareDelete,
                           Ostra::FileCreateDispositionFlags::kOpenExisting,
                           Ostra::FileAttributesFlags::kNormal, false));
+    const std::uint64_t readAhead = Ostra::Internal::CountBlocksReadAhead();
     EXPECT_EQ(Pattern(0, size), ReadAll(file, 10000));
-    EXPECT_EQ(0, factory->mLast->mAddsFromOtherThreads.load());
+    EXPECT_EQ(readAhead, Ostra::Internal::CountBlocksReadAhead());
   }
 
   // A cache that finds nothing, and a file cut short under a File that lets

@@ -7,6 +7,8 @@
 
 #include "HandleCount.h"
 #include "Ostra/AsyncFileReader.h"
+#include "Ostra/BlockCache.h"
+#include "Ostra/File.h"
 #include "Ostra/Foundation.h"
 #include "Ostra/IdleTimer.h"
 #include "Ostra/Result.h"
@@ -57,6 +59,25 @@ void ReadThroughAReader(const std::wstring& inFile, std::uint32_t inSize) {
   ::VirtualFree(memory, 0, MEM_RELEASE);
 }
 
+// Reads inFile through the library's block cache with read-ahead, which
+// starts the read-ahead thread; closing the File ends it.
+void ReadThroughAFileReadingAhead(const std::wstring& inFile, std::uint32_t inSize) {
+  Ostra::Foundation::SetFileBufferFactory(Ostra::BlockCache::Create(1u << 20));
+  {
+    Ostra::File file;
+    file.SetBufferSize(0x10000);
+    file.SetReadAhead(4);
+    ASSERT_EQ(Ostra::kSuccess, Ostra::File::Open(inFile, Ostra::FileAccessFlags::kFileRead, file, false));
+    std::string data(inSize, '\0');
+    std::uint32_t read = 0;
+    for (std::uint32_t at = 0; at < inSize; at += read) {
+      ASSERT_EQ(Ostra::kSuccess, file.Read(&data[at], 0x3000, read));
+      ASSERT_NE(0u, read);
+    }
+  }
+  Ostra::Foundation::SetFileBufferFactory({});
+}
+
 class LifecycleTest : public OstraTest::TempDirectoryTest {};
 
 TEST_F(LifecycleTest, NestedInitializeRunsUntilTheMatchingLastTerminate) {
@@ -104,6 +125,7 @@ TEST_F(LifecycleTest, FullRestartsLeaveNoThreadOrRequestRecordBehind) {
     SCOPED_TRACE(start);
     Ostra::Foundation::Initialize();
     ReadThroughAReader(file, kSize);
+    ReadThroughAFileReadingAhead(file, kSize);
     EXPECT_GT(OstraTest::CountThreadsOfThisProcess(), threadsBefore) << "no I/O threads while running";
     Ostra::Foundation::Terminate();
     EXPECT_EQ(threadsBefore, OstraTest::CountThreadsOfThisProcess()) << "a thread outlived Terminate";
@@ -113,7 +135,7 @@ TEST_F(LifecycleTest, FullRestartsLeaveNoThreadOrRequestRecordBehind) {
 
 // The process's first cycle, with everything that makes threads and
 // handles: the reader's threads and port, the CPU pool and its views, a
-// reader, an idle timer. The thread library makes process-wide objects on
+// reader, a File reading ahead, an idle timer. The thread library makes process-wide objects on
 // first use that are never freed, so the count must start before any
 // library thread ever ran: Tests/CMakeLists.txt runs this test alone too.
 TEST_F(LifecycleTest, AFirstFullCycleReleasesEveryHandleItMade) {
@@ -125,6 +147,7 @@ TEST_F(LifecycleTest, AFirstFullCycleReleasesEveryHandleItMade) {
   Ostra::Foundation::Initialize();
   {
     ReadThroughAReader(file, kSize);
+    ReadThroughAFileReadingAhead(file, kSize);
     strata::threads::ExecutorRef serial =
         strata::threads::CreateSubExecutor(strata::threads::CreateCPUBoundExecutor(), 1);
     int ran = 0;

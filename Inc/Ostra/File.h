@@ -142,11 +142,13 @@ class OSTRA_API File {
   /// takes effect only while the debug option "Ostra.UseNonPurgeable" is "true".
   void SetMultiBufferCount(int inCount);
   /// Reads up to inBlocks blocks ahead of a cached File that Read reads
-  /// sequentially (0, the default: none); kept across Close. They are read
-  /// on the library's read-ahead thread and handed to the cache (AddBlock,
-  /// and GetBlock first, from that thread; never at the same time as the
-  /// File's own AddBlock, PinBlock and UnpinBlock) before Read gets there,
-  /// and Read waits for a block still being read. A jump elsewhere stops
+  /// sequentially (0, the default: none); kept across Close. Each is asked
+  /// of the cache (GetBlock) when it is queued; the ones it lacks are read
+  /// on the library's read-ahead thread and reach the cache (AddBlock) when
+  /// Read gets to them. Every call into the cache stays on the thread that
+  /// calls Read, so the cache sees one call at a time from this File and
+  /// none from a thread of the library's. Read waits for a block still
+  /// being read. A jump elsewhere stops
   /// read-ahead until two blocks are read one after the other again, so
   /// random access reads nothing extra. Blocks read ahead are held by the
   /// File until Read reaches them (at most inBlocks beyond the cache's

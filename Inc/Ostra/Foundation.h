@@ -2,9 +2,14 @@
 /// The host's block cache: the interfaces a host implements to share file
 /// blocks between Files, and the call that installs its factory.
 ///
-/// Both interfaces are reference counted (strata::classref::IRefCounted) and
-/// may be called from any thread; IFileBuffer::GetBlock must accept
-/// concurrent calls (shared positional reads run it from several threads).
+/// Both interfaces are reference counted (strata::classref::IRefCounted).
+/// A File calls its buffer only on the threads that call the File (Create,
+/// Read, SharedFile::ReadAt, Close), never on a thread of the library's
+/// own, and lets it go in Close: a lock a host holds around those calls may
+/// be taken inside the buffer too, and nothing of the library touches the
+/// buffer after Close. IFileBuffer::GetBlock, AddBlock and pinning must
+/// accept calls from several threads at once when SharedFile::ReadAt runs
+/// on several. Whatever a buffer throws leaves the File call that made it.
 #pragma once
 
 #include <cstdint>

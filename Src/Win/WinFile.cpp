@@ -304,14 +304,20 @@ Result File::Open(const UTF16String& inPath, FileAccessFlags::Type inAccess, Fil
 }
 
 void File::Close() {
-  // Read-ahead ends first: it hands blocks to the buffer Close lets go.
+  // Read-ahead ends first; it waits for the read in progress.
   mImpl->StopReadAhead();
   mImpl->ClearHitBlock();
   mImpl->mHandle.Close();
-  if (!mImpl->mPinnedBlocks.empty()) {
-    for (const auto& pinned : mImpl->mPinnedBlocks)
-      mImpl->mFileBuffer->UnpinBlock(pinned.second, mImpl->mBlockSize);
-    mImpl->mPinnedBlocks.clear();
+  // Close always closes, also from the destructor: a cache that throws
+  // loses the rest of its unpins rather than keeping the File half open.
+  std::map<std::uint64_t, std::uint64_t> pinned;
+  pinned.swap(mImpl->mPinnedBlocks);
+  if (!pinned.empty()) {
+    IFileBuffer& buffer = *mImpl->mFileBuffer;
+    try {
+      for (const auto& block : pinned) buffer.UnpinBlock(block.second, mImpl->mBlockSize);
+    } catch (...) {
+    }
   }
   mImpl->mFileBuffer.Reset();
   mImpl->mLastBlock.reset();

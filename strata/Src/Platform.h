@@ -10,6 +10,7 @@
 #include <string>
 
 #include "strata/String.h"
+#include "strata/Threads.h"
 
 namespace strata {
 namespace platform {
@@ -22,62 +23,10 @@ std::string GetEnvironmentText(const char* inName);
 
 // ---------------------------------------------------------------- threads
 
-// A plain (not recursive) lock and a condition to wait for under it, made
-// of the system's own primitives: under Wine, waking a thread through them
-// costs a fraction of what the C++ runtime's thread emulation costs. Lock
-// meets BasicLockable, so std::unique_lock and std::lock_guard take it.
-// Both start in their ready state without any system call.
-class Lock {
- public:
-  Lock() = default;
-  Lock(const Lock&) = delete;
-  Lock& operator=(const Lock&) = delete;
-  void lock();
-  void unlock();
-
- private:
-  friend class Condition;
-  void* mState = nullptr;  // the system lock's one word
-};
-
-class Condition {
- public:
-  Condition() = default;
-  Condition(const Condition&) = delete;
-  Condition& operator=(const Condition&) = delete;
-
-  // Waits until inDone() holds; ioLock is held on entry and on return.
-  template <class Predicate>
-  void Wait(std::unique_lock<Lock>& ioLock, Predicate inDone) {
-    while (!inDone()) WaitOnce(*ioLock.mutex(), kNoLimit);
-  }
-
-  // As Wait, for at most inTimeoutMs milliseconds; returns inDone().
-  template <class Predicate>
-  bool WaitFor(std::unique_lock<Lock>& ioLock, std::uint32_t inTimeoutMs, Predicate inDone) {
-    const std::chrono::steady_clock::time_point deadline =
-        std::chrono::steady_clock::now() + std::chrono::milliseconds(inTimeoutMs);
-    while (!inDone()) {
-      const std::chrono::steady_clock::duration left = deadline - std::chrono::steady_clock::now();
-      if (left <= std::chrono::steady_clock::duration::zero()) return false;
-      // Rounded up: waking a little early would only wait again.
-      WaitOnce(*ioLock.mutex(),
-               static_cast<std::uint32_t>(
-                   std::chrono::duration_cast<std::chrono::milliseconds>(left).count() + 1));
-    }
-    return true;
-  }
-
-  void NotifyOne();
-  void NotifyAll();
-
- private:
-  static const std::uint32_t kNoLimit = 0xFFFFFFFFu;
-  // Releases ioLock, waits for a notification (or a spurious wake-up, or
-  // inTimeoutMs), and takes ioLock again.
-  void WaitOnce(Lock& ioLock, std::uint32_t inTimeoutMs);
-  void* mState = nullptr;  // the system condition's one word
-};
+// The system's own lock and condition (strata/Threads.h), under the names
+// the portable sources use.
+using Lock = threads::Lock;
+using Condition = threads::Condition;
 
 // One thread of the operating system, owned by this object. The owner
 // either joins it (waits for its end) or detaches it (lets it end alone);

@@ -1,14 +1,78 @@
 /// \file
-/// Thread primitives of the core library: a recursive mutex and a gate.
+/// Thread primitives of the core library: a plain lock with its condition,
+/// a recursive mutex and a gate.
 /// Executors and the main thread's deferred calls are in strata/Executor.h.
 #pragma once
 
+#include <chrono>
+#include <cstdint>
 #include <memory>
+#include <mutex>
 
 #include "strata/StrataConfig.h"
 
 namespace strata {
 namespace threads {
+
+/// A plain (not recursive) lock made of the system's own primitive: under
+/// Wine, waking a thread through it and Condition costs a fraction of what
+/// the C++ runtime's thread emulation costs, and it never makes a handle.
+/// Meets BasicLockable, so std::unique_lock and std::lock_guard take it.
+/// Ready without any system call; one word.
+class STRATA_API Lock {
+ public:
+  Lock() = default;
+  Lock(const Lock&) = delete;
+  Lock& operator=(const Lock&) = delete;
+  void lock();    ///< waits for the lock
+  void unlock();  ///< by the owning thread only
+
+ private:
+  friend class Condition;
+  void* mState = nullptr;  // the system lock's one word
+};
+
+/// A condition to wait for under a Lock. Waits take a predicate, so that a
+/// spurious wake-up or a notification meant for another waiter only makes
+/// the waiter look again.
+class STRATA_API Condition {
+ public:
+  Condition() = default;
+  Condition(const Condition&) = delete;
+  Condition& operator=(const Condition&) = delete;
+
+  /// Waits until inDone() holds; ioLock is held on entry and on return.
+  template <class Predicate>
+  void Wait(std::unique_lock<Lock>& ioLock, Predicate inDone) {
+    while (!inDone()) WaitOnce(*ioLock.mutex(), kNoLimit);
+  }
+
+  /// As Wait, for at most inTimeoutMs milliseconds; returns inDone().
+  template <class Predicate>
+  bool WaitFor(std::unique_lock<Lock>& ioLock, std::uint32_t inTimeoutMs, Predicate inDone) {
+    const std::chrono::steady_clock::time_point deadline =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(inTimeoutMs);
+    while (!inDone()) {
+      const std::chrono::steady_clock::duration left = deadline - std::chrono::steady_clock::now();
+      if (left <= std::chrono::steady_clock::duration::zero()) return false;
+      // Rounded up: waking a little early would only wait again.
+      WaitOnce(*ioLock.mutex(),
+               static_cast<std::uint32_t>(
+                   std::chrono::duration_cast<std::chrono::milliseconds>(left).count() + 1));
+    }
+    return true;
+  }
+
+  void NotifyOne();  ///< wakes one waiter
+  void NotifyAll();  ///< wakes every waiter
+
+ private:
+  static const std::uint32_t kNoLimit = 0xFFFFFFFFu;
+  // Releases ioLock, waits for a notification (or a spurious wake-up, or
+  // inTimeoutMs), and takes ioLock again.
+  void WaitOnce(Lock& ioLock, std::uint32_t inTimeoutMs);
+  void* mState = nullptr;  // the system condition's one word
+};
 
 /// A mutex that the owning thread may lock again; it is released when each
 /// Lock has been matched by an Unlock.

@@ -67,26 +67,6 @@ const SetThreadDescriptionFunction sSetThreadDescription = [] {
 
 }  // namespace
 
-// The portable declarations keep each primitive in one pointer-sized word.
-static_assert(sizeof(SRWLOCK) == sizeof(void*), "SRWLOCK is one word");
-static_assert(sizeof(CONDITION_VARIABLE) == sizeof(void*), "CONDITION_VARIABLE is one word");
-
-void Lock::lock() { ::AcquireSRWLockExclusive(reinterpret_cast<PSRWLOCK>(&mState)); }
-
-void Lock::unlock() { ::ReleaseSRWLockExclusive(reinterpret_cast<PSRWLOCK>(&mState)); }
-
-void Condition::WaitOnce(Lock& ioLock, std::uint32_t inTimeoutMs) {
-  // A time-out (ERROR_TIMEOUT) needs no handling: the caller looks at its
-  // condition and the clock again.
-  ::SleepConditionVariableSRW(reinterpret_cast<PCONDITION_VARIABLE>(&mState),
-                              reinterpret_cast<PSRWLOCK>(&ioLock.mState),
-                              inTimeoutMs == kNoLimit ? INFINITE : inTimeoutMs, 0);
-}
-
-void Condition::NotifyOne() { ::WakeConditionVariable(reinterpret_cast<PCONDITION_VARIABLE>(&mState)); }
-
-void Condition::NotifyAll() { ::WakeAllConditionVariable(reinterpret_cast<PCONDITION_VARIABLE>(&mState)); }
-
 std::unique_ptr<Thread> Thread::Start(std::size_t inStackSize, std::function<void()> inBody) {
   std::unique_ptr<std::function<void()>> body(new std::function<void()>(std::move(inBody)));
   // Allocated before the thread starts, so that no allocation can fail while
@@ -164,4 +144,28 @@ void SetCurrentThreadPriority(int inPriority) {
 }
 
 }  // namespace platform
+
+namespace threads {
+
+// The portable declarations keep each primitive in one pointer-sized word.
+static_assert(sizeof(SRWLOCK) == sizeof(void*), "SRWLOCK is one word");
+static_assert(sizeof(CONDITION_VARIABLE) == sizeof(void*), "CONDITION_VARIABLE is one word");
+
+void Lock::lock() { ::AcquireSRWLockExclusive(reinterpret_cast<PSRWLOCK>(&mState)); }
+
+void Lock::unlock() { ::ReleaseSRWLockExclusive(reinterpret_cast<PSRWLOCK>(&mState)); }
+
+void Condition::WaitOnce(Lock& ioLock, std::uint32_t inTimeoutMs) {
+  // A time-out (ERROR_TIMEOUT) needs no handling: the caller looks at its
+  // condition and the clock again.
+  ::SleepConditionVariableSRW(reinterpret_cast<PCONDITION_VARIABLE>(&mState),
+                              reinterpret_cast<PSRWLOCK>(&ioLock.mState),
+                              inTimeoutMs == kNoLimit ? INFINITE : inTimeoutMs, 0);
+}
+
+void Condition::NotifyOne() { ::WakeConditionVariable(reinterpret_cast<PCONDITION_VARIABLE>(&mState)); }
+
+void Condition::NotifyAll() { ::WakeAllConditionVariable(reinterpret_cast<PCONDITION_VARIABLE>(&mState)); }
+
+}  // namespace threads
 }  // namespace strata
