@@ -63,8 +63,10 @@ OSTRA_API void Initialize();
 
 /// Ends one Initialize; the last ends the main-thread registration, stops
 /// the asynchronous file operations (every reader must be closed by then)
-/// and shuts tracing down. Stations stay registered and the factory stays
-/// installed. A Terminate without its Initialize is not caught.
+/// and shuts tracing down; it returns when the library's threads have
+/// ended, except the read-ahead thread of Files still open, which ends in
+/// the Close of the last of them. Stations stay registered and the factory
+/// stays installed. A Terminate without its Initialize is not caught.
 OSTRA_API void Terminate();
 
 }  // namespace Foundation
