@@ -63,9 +63,10 @@ OSTRA_API void Initialize();
 
 /// Ends one Initialize; the last ends the main-thread registration, stops
 /// the asynchronous file operations (every reader must be closed by then)
-/// and shuts tracing down; it returns when the library's threads have
-/// ended, except the read-ahead thread of Files still open, which ends in
-/// the Close of the last of them. Stations stay registered and the factory
+/// and shuts tracing down; its I/O threads have ended when it returns.
+/// The read-ahead thread ends in the Close of the last File reading ahead,
+/// and the CPU pool's threads with the last reference to it (a reader holds
+/// one until it is destroyed). Stations stay registered and the factory
 /// stays installed. A Terminate without its Initialize is not caught.
 OSTRA_API void Terminate();
 
