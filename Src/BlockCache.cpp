@@ -299,8 +299,9 @@ class Pool {
 Version::~Version() { mPool->Forget(mKey); }
 
 // The buffers the pool made, while they live; see BlockCachePrivate.h. At
-// namespace scope: buffers of Files opened together would race on a
-// function's statics.
+// namespace scope, like the read-ahead executor's: Files opened together
+// would otherwise wait on a function static's guard, whose handles outlive
+// the library.
 RecursiveMutex sLibraryBuffersMutex;
 std::set<const IFileBuffer*> sLibraryBuffers;
 
