@@ -1,20 +1,36 @@
-// The library's block cache: blocks spread over shards by a hash of (file
-// version, offset, size), each shard with its own lock, its own map and two
-// lists (unpinned blocks newest first, pinned blocks). Every use stamps a
-// block from one process-wide clock, so the oldest unpinned block of the
-// whole pool is the oldest of the shards' list tails: eviction looks at the
-// tails one shard at a time and never holds two shard locks.
+// The library's block cache: one pool under one lock, an index from (file
+// version, offset, size) to each block's entry, and two lists of entries:
+// the unpinned ones, most recently used first, which eviction takes from
+// the back, and the pinned ones, which it never touches. The lock is held
+// only for that bookkeeping: the File copies from a block outside it, and
+// blocks the pool drops are let go after it (freeing one takes the
+// allocator's own lock).
+//
+// One lock rather than shards: a call holds it for a lookup and a few
+// pointer moves, a File calls the cache once per block of 64 KiB or more,
+// and one order of use over the whole pool needs no search across shards
+// to find the block to evict.
+//
+// Nothing here throws. Whatever a call must allocate (a list node, an index
+// node, a version, a pin record, a buffer) is made before anything changes;
+// the change itself is list splices, erasures and counting, which cannot
+// fail. A failed allocation thus leaves the pool as it was, and the call
+// does without the optional work: the block is not kept, the pin not made,
+// the version not shared.
 #include "Ostra/BlockCache.h"
 
-#include <array>
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <list>
 #include <map>
 #include <memory>
+#include <new>
+#include <set>
 #include <tuple>
-#include <unordered_map>
 #include <utility>
 
+#include "BlockCachePrivate.h"
 #include "Ostra/Result.h"
 #include "strata/Impl.h"
 #include "strata/Threads.h"
@@ -25,328 +41,366 @@ namespace {
 
 using strata::threads::RecursiveMutex;
 
+// A version last written or changed less than this (in FILETIME units)
+// before its File opened it is kept for that File alone. FAT keeps write
+// times to 2 s and no change time of its own, the coarsest stamps in use
+// (exFAT writes to 10 ms; NTFS and ReFS keep a change time that moves with
+// every write and with every setting of the times, to the clock's tick of
+// about 16 ms). A write after the open is stamped later than 2 s before
+// the open whichever way the file system rounds, so a version last changed
+// 2 s or more before it cannot share its stamps with a later one. This
+// assumes the file's times and this machine's clock agree: a file server's
+// clock that runs behind shortens the window by as much.
+const std::uint64_t kRacyWindow = 2 * 10000000ull;
+
+std::uint64_t NowAsFileTime() noexcept {
+  // FILETIME counts 100 ns from 1601, the system clock from 1970.
+  typedef std::chrono::duration<std::int64_t, std::ratio<1, 10000000>> Ticks;
+  const std::int64_t since1970 =
+      std::chrono::duration_cast<Ticks>(std::chrono::system_clock::now().time_since_epoch())
+          .count();
+  return static_cast<std::uint64_t>(since1970) + 116444736000000000ull;
+}
+
 // The same blocks for every File on one version of a file.
 struct FileKey {
   UTF16String path;
   std::uint64_t time;
   std::uint64_t size;
+  FileIdentity identity;
   friend bool operator<(const FileKey& inA, const FileKey& inB) {
-    return std::tie(inA.path, inA.time, inA.size) < std::tie(inB.path, inB.time, inB.size);
+    const FileIdentity& a = inA.identity;
+    const FileIdentity& b = inB.identity;
+    return std::tie(inA.path, inA.time, inA.size, a.volume, a.idHigh, a.idLow, a.changeTime) <
+           std::tie(inB.path, inB.time, inB.size, b.volume, b.idHigh, b.idLow, b.changeTime);
   }
 };
 
+// Ordered by version first, so that one version's blocks are one range.
 struct BlockKey {
   std::uint64_t version;
   std::uint64_t offset;
   std::uint32_t size;
-  friend bool operator==(const BlockKey& inA, const BlockKey& inB) {
-    return inA.version == inB.version && inA.offset == inB.offset && inA.size == inB.size;
-  }
-};
-
-struct BlockKeyHash {
-  std::size_t operator()(const BlockKey& inKey) const {
-    std::uint64_t mixed = inKey.version * 0x9E3779B97F4A7C15ull ^ inKey.offset ^
-                          (static_cast<std::uint64_t>(inKey.size) << 40);
-    mixed ^= mixed >> 29;
-    mixed *= 0xBF58476D1CE4E5B9ull;
-    return static_cast<std::size_t>(mixed ^ (mixed >> 32));
+  friend bool operator<(const BlockKey& inA, const BlockKey& inB) {
+    return std::tie(inA.version, inA.offset, inA.size) <
+           std::tie(inB.version, inB.offset, inB.size);
   }
 };
 
 class Pool;
 
-// One version of one file (or the private version of a buffer never told
-// its file). Blocks and buffers hold it; when the last lets go it leaves
-// the pool's table, so a long-running host does not collect dead paths.
+// One shared version of one file. Its blocks and the buffers on it hold
+// it; when the last lets go it leaves the pool's table, so a long-running
+// host does not collect dead paths.
 class Version {
  public:
-  Version(Pool* inPool, std::uint64_t inId, const FileKey* inKey)
-      : mPool(inPool), mId(inId), mKey(inKey ? new FileKey(*inKey) : nullptr) {}
+  Version(Pool* inPool, std::uint64_t inId, FileKey inKey)
+      : mPool(inPool), mId(inId), mKey(std::move(inKey)) {}
   ~Version();
-  std::uint64_t Id() const { return mId; }
+  std::uint64_t Id() const noexcept { return mId; }
 
  private:
   Pool* const mPool;
   const std::uint64_t mId;
-  const std::unique_ptr<FileKey> mKey;
+  const FileKey mKey;
 };
 
 struct Entry {
   BlockKey key;
   SharedBlock block;
-  std::shared_ptr<Version> version;
-  std::uint64_t stamp;
+  std::shared_ptr<Version> version;  // empty for a buffer's private blocks
   int pins;
 };
 
 typedef std::list<Entry> EntryList;
 
-struct Shard {
-  RecursiveMutex mutex;
-  std::unordered_map<BlockKey, EntryList::iterator, BlockKeyHash> index;
-  EntryList unpinned;  // newest first
-  EntryList pinned;
-  BlockCacheStatistics counts;  // byteBudget unused
-};
-
-const std::size_t kShardCount = 16;
-
 class Pool {
  public:
-  explicit Pool(std::uint64_t inBudget) : mBudget(inBudget) {}
-
-  std::shared_ptr<Version> PrivateVersion() {
-    return std::make_shared<Version>(this, ++mLastVersionId, nullptr);
+  explicit Pool(std::uint64_t inBudget) { mCounts.byteBudget = inBudget; }
+  ~Pool() {
+    // Entries hold Versions, which leave the table as they go: entries first.
+    mIndex.clear();
+    mUnpinned.clear();
+    mPinned.clear();
   }
 
-  std::shared_ptr<Version> VersionFor(const FileKey& inFile) {
-    RecursiveMutex::ScopedLock lock(mVersionsMutex);
-    std::weak_ptr<Version>& slot = mVersions[inFile];
-    std::shared_ptr<Version> version = slot.lock();
-    if (!version) {
-      version = std::make_shared<Version>(this, ++mLastVersionId, &inFile);
-      slot = version;
-    }
+  // A version id no file shares.
+  std::uint64_t NewVersionId() noexcept { return ++mLastVersionId; }
+
+  // The version every File on inFile shares. Throws std::bad_alloc (and
+  // then changes nothing).
+  std::shared_ptr<Version> SharedVersion(const FileKey& inFile) {
+    RecursiveMutex::ScopedLock lock(mMutex);
+    const auto found = mVersions.find(inFile);
+    std::shared_ptr<Version> version;
+    if (found != mVersions.end()) version = found->second.lock();
+    if (version) return version;
+    version = std::make_shared<Version>(this, NewVersionId(), inFile);
+    if (found != mVersions.end())
+      found->second = version;
+    else
+      mVersions.emplace(inFile, version);
     return version;
   }
 
   // Called by a Version on its way out: its table slot goes unless a new
   // Version of the same file took it meanwhile.
-  void Forget(const FileKey& inFile) {
-    RecursiveMutex::ScopedLock lock(mVersionsMutex);
+  void Forget(const FileKey& inFile) noexcept {
+    RecursiveMutex::ScopedLock lock(mMutex);
     const auto found = mVersions.find(inFile);
     if (found != mVersions.end() && found->second.expired()) mVersions.erase(found);
   }
 
-  bool Get(const BlockKey& inKey, SharedBlock& outBlock) {
-    Shard& shard = ShardOf(inKey);
-    RecursiveMutex::ScopedLock lock(shard.mutex);
-    const auto found = shard.index.find(inKey);
-    if (found == shard.index.end()) {
-      ++shard.counts.misses;
+  bool Get(const BlockKey& inKey, SharedBlock& outBlock) noexcept {
+    RecursiveMutex::ScopedLock lock(mMutex);
+    const auto found = mIndex.find(inKey);
+    if (found == mIndex.end()) {
+      ++mCounts.misses;
       return false;
     }
+    ++mCounts.hits;
     Entry& entry = *found->second;
-    entry.stamp = ++mClock;
-    if (entry.pins == 0) shard.unpinned.splice(shard.unpinned.begin(), shard.unpinned, found->second);
-    ++shard.counts.hits;
+    if (entry.pins == 0) mUnpinned.splice(mUnpinned.begin(), mUnpinned, found->second);
     outBlock = entry.block;
     return true;
   }
 
-  void Add(const BlockKey& inKey, const std::shared_ptr<Version>& inVersion, SharedBlock inBlock) {
+  void Add(const BlockKey& inKey, std::shared_ptr<Version> inVersion,
+           SharedBlock inBlock) noexcept {
     const std::uint64_t size = inBlock->GetSize();
-    SharedBlock replaced;
-    {
-      Shard& shard = ShardOf(inKey);
-      RecursiveMutex::ScopedLock lock(shard.mutex);
-      ++shard.counts.additions;
-      const auto found = shard.index.find(inKey);
-      if (found != shard.index.end()) {
-        // Read again by another File meanwhile: the newer copy stays.
-        Entry& entry = *found->second;
-        const std::uint64_t oldSize = entry.block->GetSize();
-        shard.counts.bytes += size - oldSize;
-        if (entry.pins > 0) shard.counts.pinnedBytes += size - oldSize;
-        mBytes += size - oldSize;
-        replaced.swap(entry.block);
-        entry.block = std::move(inBlock);
-        entry.stamp = ++mClock;
-        if (entry.pins == 0)
-          shard.unpinned.splice(shard.unpinned.begin(), shard.unpinned, found->second);
-      } else {
-        shard.unpinned.push_front(Entry{inKey, std::move(inBlock), inVersion, ++mClock, 0});
-        shard.index[inKey] = shard.unpinned.begin();
-        ++shard.counts.blocks;
-        shard.counts.bytes += size;
-        mBytes += size;
-      }
+    // Declared before the lock, so that they are let go after it.
+    EntryList made, dropped;
+    try {
+      made.push_back(Entry{inKey, std::move(inBlock), std::move(inVersion), 0});
+    } catch (const std::bad_alloc&) {
+      // Not kept; still counted as offered.
     }
-    EvictToBudget();
+    RecursiveMutex::ScopedLock lock(mMutex);
+    ++mCounts.additions;
+    if (made.empty()) return;
+    const auto found = mIndex.find(inKey);
+    if (found != mIndex.end()) {
+      // Read again by another File meanwhile: the same bytes; the held copy
+      // stays and counts as used.
+      if (found->second->pins == 0) mUnpinned.splice(mUnpinned.begin(), mUnpinned, found->second);
+      return;
+    }
+    try {
+      mIndex.emplace(inKey, made.begin());
+    } catch (const std::bad_alloc&) {
+      return;
+    }
+    mUnpinned.splice(mUnpinned.begin(), made);
+    ++mCounts.blocks;
+    mCounts.bytes += size;
+    EvictToBudget(dropped);
   }
 
   // Adds inDelta (+1 or -1) to the block's pins; false when the block is
   // not held (nothing changes then).
-  bool Pin(const BlockKey& inKey, int inDelta) {
-    bool unpinned = false;
-    {
-      Shard& shard = ShardOf(inKey);
-      RecursiveMutex::ScopedLock lock(shard.mutex);
-      const auto found = shard.index.find(inKey);
-      if (found == shard.index.end()) return false;
-      Entry& entry = *found->second;
-      const std::uint64_t size = entry.block->GetSize();
-      if (inDelta > 0 && entry.pins++ == 0) {
-        shard.pinned.splice(shard.pinned.begin(), shard.unpinned, found->second);
-        ++shard.counts.pinnedBlocks;
-        shard.counts.pinnedBytes += size;
-      } else if (inDelta < 0 && entry.pins > 0 && --entry.pins == 0) {
-        // Back among the evictable blocks as if just used.
-        entry.stamp = ++mClock;
-        shard.unpinned.splice(shard.unpinned.begin(), shard.pinned, found->second);
-        --shard.counts.pinnedBlocks;
-        shard.counts.pinnedBytes -= size;
-        unpinned = true;
-      }
+  bool Pin(const BlockKey& inKey, int inDelta) noexcept {
+    EntryList dropped;
+    RecursiveMutex::ScopedLock lock(mMutex);
+    const auto found = mIndex.find(inKey);
+    if (found == mIndex.end()) return false;
+    Entry& entry = *found->second;
+    const std::uint64_t size = entry.block->GetSize();
+    if (inDelta > 0 && entry.pins++ == 0) {
+      mPinned.splice(mPinned.begin(), mUnpinned, found->second);
+      ++mCounts.pinnedBlocks;
+      mCounts.pinnedBytes += size;
+    } else if (inDelta < 0 && entry.pins > 0 && --entry.pins == 0) {
+      // Back among the evictable blocks as if just used; the budget acts at once.
+      mUnpinned.splice(mUnpinned.begin(), mPinned, found->second);
+      --mCounts.pinnedBlocks;
+      mCounts.pinnedBytes -= size;
+      EvictToBudget(dropped);
     }
-    if (unpinned) EvictToBudget();
     return true;
   }
 
-  void SetBudget(std::uint64_t inBudget) {
-    mBudget = inBudget;
-    EvictToBudget();
-  }
-  std::uint64_t GetBudget() const { return mBudget; }
-
-  void Clear() {
-    for (Shard& shard : mShards) {
-      EntryList dropped;
-      {
-        RecursiveMutex::ScopedLock lock(shard.mutex);
-        for (const Entry& entry : shard.unpinned) RemoveCounted(shard, entry);
-        dropped.splice(dropped.begin(), shard.unpinned);
-      }
-      // Blocks and versions are let go outside the lock.
+  // Drops every block of version inId, pinned or not (a buffer's private
+  // blocks when the buffer goes).
+  void DropVersion(std::uint64_t inId) noexcept {
+    EntryList dropped;
+    RecursiveMutex::ScopedLock lock(mMutex);
+    auto found = mIndex.lower_bound(BlockKey{inId, 0, 0});
+    while (found != mIndex.end() && found->first.version == inId) {
+      const EntryList::iterator entry = found->second;
+      found = mIndex.erase(found);
+      Drop(entry->pins > 0 ? mPinned : mUnpinned, entry, dropped);
     }
   }
 
-  BlockCacheStatistics GetStatistics() {
-    BlockCacheStatistics total;
-    for (Shard& shard : mShards) {
-      RecursiveMutex::ScopedLock lock(shard.mutex);
-      const BlockCacheStatistics& counts = shard.counts;
-      total.hits += counts.hits;
-      total.misses += counts.misses;
-      total.additions += counts.additions;
-      total.evictions += counts.evictions;
-      total.blocks += counts.blocks;
-      total.bytes += counts.bytes;
-      total.pinnedBlocks += counts.pinnedBlocks;
-      total.pinnedBytes += counts.pinnedBytes;
-    }
-    total.byteBudget = mBudget;
-    return total;
+  void SetBudget(std::uint64_t inBudget) noexcept {
+    EntryList dropped;
+    RecursiveMutex::ScopedLock lock(mMutex);
+    mCounts.byteBudget = inBudget;
+    EvictToBudget(dropped);
   }
 
-  void ResetCounters() {
-    for (Shard& shard : mShards) {
-      RecursiveMutex::ScopedLock lock(shard.mutex);
-      shard.counts.hits = shard.counts.misses = shard.counts.additions = shard.counts.evictions = 0;
-    }
+  std::uint64_t GetBudget() noexcept {
+    RecursiveMutex::ScopedLock lock(mMutex);
+    return mCounts.byteBudget;
+  }
+
+  void Clear() noexcept {
+    EntryList dropped;
+    RecursiveMutex::ScopedLock lock(mMutex);
+    while (!mUnpinned.empty()) EvictOldest(dropped);
+  }
+
+  BlockCacheStatistics GetStatistics() noexcept {
+    RecursiveMutex::ScopedLock lock(mMutex);
+    return mCounts;
+  }
+
+  void ResetCounters() noexcept {
+    RecursiveMutex::ScopedLock lock(mMutex);
+    mCounts.hits = mCounts.misses = mCounts.additions = mCounts.evictions = 0;
   }
 
  private:
-  Shard& ShardOf(const BlockKey& inKey) { return mShards[BlockKeyHash()(inKey) % kShardCount]; }
-
-  // Takes an entry's block out of the shard's counts and index (the caller
-  // removes it from its list).
-  void RemoveCounted(Shard& ioShard, const Entry& inEntry) {
-    const std::uint64_t size = inEntry.block->GetSize();
-    ioShard.index.erase(inEntry.key);
-    --ioShard.counts.blocks;
-    ioShard.counts.bytes -= size;
-    ++ioShard.counts.evictions;
-    mBytes -= size;
+  // With the lock held: oldest unpinned blocks first, until the pool fits
+  // its budget or holds only pinned blocks.
+  void EvictToBudget(EntryList& ioDropped) noexcept {
+    while (mCounts.bytes > mCounts.byteBudget && !mUnpinned.empty()) EvictOldest(ioDropped);
   }
 
-  // Oldest unpinned blocks first, until the pool fits its budget or holds
-  // only pinned blocks. One evicting thread at a time, so that two do not
-  // both drop a block for the same excess.
-  void EvictToBudget() {
-    if (mBytes.load() <= mBudget.load()) return;
-    RecursiveMutex::ScopedLock evicting(mEvictMutex);
-    while (mBytes.load() > mBudget.load()) {
-      Shard* oldest = nullptr;
-      std::uint64_t oldestStamp = 0;
-      for (Shard& shard : mShards) {
-        RecursiveMutex::ScopedLock lock(shard.mutex);
-        if (!shard.unpinned.empty() && (!oldest || shard.unpinned.back().stamp < oldestStamp)) {
-          oldest = &shard;
-          oldestStamp = shard.unpinned.back().stamp;
-        }
-      }
-      if (!oldest) return;
-      EntryList dropped;
-      RecursiveMutex::ScopedLock lock(oldest->mutex);
-      // The tail may have moved since it was looked at; any unpinned tail will do.
-      if (oldest->unpinned.empty()) continue;
-      RemoveCounted(*oldest, oldest->unpinned.back());
-      dropped.splice(dropped.begin(), oldest->unpinned, std::prev(oldest->unpinned.end()));
+  void EvictOldest(EntryList& ioDropped) noexcept {
+    const EntryList::iterator oldest = std::prev(mUnpinned.end());
+    mIndex.erase(oldest->key);
+    Drop(mUnpinned, oldest, ioDropped);
+  }
+
+  // Moves an entry already out of the index from ioList to ioDropped and
+  // out of the counts.
+  void Drop(EntryList& ioList, EntryList::iterator inEntry, EntryList& ioDropped) noexcept {
+    const std::uint64_t size = inEntry->block->GetSize();
+    if (inEntry->pins > 0) {
+      --mCounts.pinnedBlocks;
+      mCounts.pinnedBytes -= size;
     }
+    --mCounts.blocks;
+    mCounts.bytes -= size;
+    ++mCounts.evictions;
+    ioDropped.splice(ioDropped.begin(), ioList, inEntry);
   }
 
-  // Declared before the shards: the shards' entries hold Versions, which
-  // reach the table when the shards are destroyed.
-  RecursiveMutex mVersionsMutex;
-  std::map<FileKey, std::weak_ptr<Version>> mVersions;
+  RecursiveMutex mMutex;
   std::atomic<std::uint64_t> mLastVersionId{0};
-
-  std::atomic<std::uint64_t> mBudget;
-  std::atomic<std::uint64_t> mBytes{0};
-  std::atomic<std::uint64_t> mClock{0};
-  RecursiveMutex mEvictMutex;
-  std::array<Shard, kShardCount> mShards;
+  std::map<FileKey, std::weak_ptr<Version>> mVersions;
+  std::map<BlockKey, EntryList::iterator> mIndex;
+  EntryList mUnpinned;  // most recently used first
+  EntryList mPinned;
+  BlockCacheStatistics mCounts;  // byteBudget: the budget
 };
 
-Version::~Version() {
-  if (mKey) mPool->Forget(*mKey);
-}
+Version::~Version() { mPool->Forget(mKey); }
+
+// The buffers the pool made, while they live; see BlockCachePrivate.h. At
+// namespace scope, like the read-ahead executor's: Files opened together
+// would otherwise wait on a function static's guard, whose handles outlive
+// the library.
+RecursiveMutex sLibraryBuffersMutex;
+std::set<const IFileBuffer*> sLibraryBuffers;
 
 // One File's view of the pool. It remembers what it pinned, so that an
 // unpin never takes away another File's pin and a buffer released with
-// pins left gives them back.
-class PoolBuffer : public IFileBuffer {
+// pins left gives them back. Its private blocks go with it.
+class PoolBuffer : public IFileBuffer, public LibraryFileBuffer {
  public:
+  // Throws std::bad_alloc when it cannot be registered.
   explicit PoolBuffer(std::shared_ptr<Pool> inPool)
-      : mPool(std::move(inPool)), mVersion(mPool->PrivateVersion()) {}
+      : mPool(std::move(inPool)), mPrivateId(mPool->NewVersionId()), mVersionId(mPrivateId) {
+    RecursiveMutex::ScopedLock lock(sLibraryBuffersMutex);
+    sLibraryBuffers.insert(this);
+  }
 
   ~PoolBuffer() override {
+    {
+      RecursiveMutex::ScopedLock lock(sLibraryBuffersMutex);
+      sLibraryBuffers.erase(this);
+    }
     for (const auto& pinned : mPins)
-      for (int pin = 0; pin < pinned.second; ++pin) mPool->Pin(KeyOf(pinned.first), -1);
+      for (int pin = 0; pin < pinned.second; ++pin) mPool->Pin(pinned.first, -1);
+    mPool->DropVersion(mPrivateId);
   }
 
+  void SetFileIdentity(const FileIdentity& inIdentity) noexcept override { mIdentity = inIdentity; }
+
   void SetFile(const std::uint64_t& inLastModificationTime, const UTF16String& inPath,
-               const std::uint64_t& inSize) override {
-    mVersion = mPool->VersionFor(FileKey{inPath, inLastModificationTime, inSize});
+               const std::uint64_t& inSize) noexcept override {
+    mShared.reset();
+    mVersionId = mPrivateId;
+    // Without a time of the last write or change there is nothing to tell
+    // versions apart by; one changed too recently may have a successor
+    // with the same stamps (a time ahead of ours counts as too recent).
+    const std::uint64_t lastChange = std::max(inLastModificationTime, mIdentity.changeTime);
+    const std::uint64_t now = NowAsFileTime();
+    if (lastChange == 0 || lastChange > now || now - lastChange < kRacyWindow) return;
+    try {
+      mShared = mPool->SharedVersion(FileKey{inPath, inLastModificationTime, inSize, mIdentity});
+      mVersionId = mShared->Id();
+    } catch (const std::bad_alloc&) {
+      // The blocks stay this File's own.
+    }
   }
-  void AddBlock(SharedBlock inBlock, std::uint64_t inOffset) override {
+
+  void AddBlock(SharedBlock inBlock, std::uint64_t inOffset) noexcept override {
     if (!inBlock) return;
-    const BlockKey key{mVersion->Id(), inOffset, static_cast<std::uint32_t>(inBlock->GetSize())};
-    mPool->Add(key, mVersion, std::move(inBlock));
+    const BlockKey key{mVersionId, inOffset, static_cast<std::uint32_t>(inBlock->GetSize())};
+    mPool->Add(key, mShared, std::move(inBlock));
   }
-  Result GetBlock(std::uint64_t inOffset, std::uint32_t inSize, SharedBlock& outBlock) override {
-    return mPool->Get(BlockKey{mVersion->Id(), inOffset, inSize}, outBlock) ? kSuccess
-                                                                            : eFileNotFound;
+
+  Result GetBlock(std::uint64_t inOffset, std::uint32_t inSize,
+                  SharedBlock& outBlock) noexcept override {
+    return mPool->Get(BlockKey{mVersionId, inOffset, inSize}, outBlock) ? kSuccess : eFileNotFound;
   }
-  void UnpinBlock(std::uint64_t inOffset, std::uint32_t inSize) override {
+
+  void UnpinBlock(std::uint64_t inOffset, std::uint32_t inSize) noexcept override {
+    const BlockKey key{mVersionId, inOffset, inSize};
     RecursiveMutex::ScopedLock lock(mPinsMutex);
-    const auto found = mPins.find(std::make_pair(inOffset, inSize));
+    const auto found = mPins.find(key);
     if (found == mPins.end()) return;
     if (--found->second == 0) mPins.erase(found);
-    mPool->Pin(BlockKey{mVersion->Id(), inOffset, inSize}, -1);
+    mPool->Pin(key, -1);
   }
-  void PinBlock(std::uint64_t inOffset, std::uint32_t inSize) override {
+
+  void PinBlock(std::uint64_t inOffset, std::uint32_t inSize) noexcept override {
+    const BlockKey key{mVersionId, inOffset, inSize};
     RecursiveMutex::ScopedLock lock(mPinsMutex);
-    if (mPool->Pin(BlockKey{mVersion->Id(), inOffset, inSize}, +1))
-      ++mPins[std::make_pair(inOffset, inSize)];
+    std::map<BlockKey, int>::iterator record;
+    bool recordMade = false;
+    try {
+      std::tie(record, recordMade) = mPins.emplace(key, 0);
+    } catch (const std::bad_alloc&) {
+      return;  // a pin that could not be given back is not made
+    }
+    if (mPool->Pin(key, +1))
+      ++record->second;
+    else if (recordMade)
+      mPins.erase(record);
   }
 
  private:
-  typedef std::pair<std::uint64_t, std::uint32_t> Place;
-  BlockKey KeyOf(const Place& inPlace) const {
-    return BlockKey{mVersion->Id(), inPlace.first, inPlace.second};
-  }
-
   const std::shared_ptr<Pool> mPool;
+  const std::uint64_t mPrivateId;
   // Set by SetFile before the File reads; read-ahead threads start later.
-  std::shared_ptr<Version> mVersion;
+  std::uint64_t mVersionId;
+  std::shared_ptr<Version> mShared;  // empty while the blocks are private
+  FileIdentity mIdentity;
   RecursiveMutex mPinsMutex;
-  std::map<Place, int> mPins;
+  // Keyed with the version, so that every pin goes back where it was made.
+  std::map<BlockKey, int> mPins;
 };
 
 }  // namespace
+
+LibraryFileBuffer* AsLibraryFileBuffer(IFileBuffer* inBuffer) noexcept {
+  RecursiveMutex::ScopedLock lock(sLibraryBuffersMutex);
+  return sLibraryBuffers.count(inBuffer) ? static_cast<PoolBuffer*>(inBuffer) : nullptr;
+}
 
 class BlockCache::PrivateImpl : public strata::Impl {
  public:
@@ -354,26 +408,38 @@ class BlockCache::PrivateImpl : public strata::Impl {
   const std::shared_ptr<Pool> mPool;
 };
 
-strata::classref::InterfaceRef<BlockCache> BlockCache::Create(std::uint64_t inByteBudget) {
-  return strata::classref::MakeInterface<BlockCache>(inByteBudget);
+strata::classref::InterfaceRef<BlockCache> BlockCache::Create(std::uint64_t inByteBudget) noexcept {
+  try {
+    return strata::classref::MakeInterface<BlockCache>(inByteBudget);
+  } catch (const std::bad_alloc&) {
+    return {};
+  }
 }
 
 BlockCache::BlockCache(std::uint64_t inByteBudget) : mImpl(new PrivateImpl(inByteBudget)) {}
 
 BlockCache::~BlockCache() { delete mImpl; }
 
-strata::classref::InterfaceRef<IFileBuffer> BlockCache::CreateFileBuffer() {
-  return strata::classref::MakeInterface<PoolBuffer>(mImpl->mPool);
+strata::classref::InterfaceRef<IFileBuffer> BlockCache::CreateFileBuffer() noexcept {
+  try {
+    return strata::classref::MakeInterface<PoolBuffer>(mImpl->mPool);
+  } catch (const std::bad_alloc&) {
+    return {};
+  }
 }
 
-void BlockCache::SetByteBudget(std::uint64_t inByteBudget) { mImpl->mPool->SetBudget(inByteBudget); }
+void BlockCache::SetByteBudget(std::uint64_t inByteBudget) noexcept {
+  mImpl->mPool->SetBudget(inByteBudget);
+}
 
-std::uint64_t BlockCache::GetByteBudget() const { return mImpl->mPool->GetBudget(); }
+std::uint64_t BlockCache::GetByteBudget() const noexcept { return mImpl->mPool->GetBudget(); }
 
-BlockCacheStatistics BlockCache::GetStatistics() const { return mImpl->mPool->GetStatistics(); }
+BlockCacheStatistics BlockCache::GetStatistics() const noexcept {
+  return mImpl->mPool->GetStatistics();
+}
 
-void BlockCache::ResetCounters() { mImpl->mPool->ResetCounters(); }
+void BlockCache::ResetCounters() noexcept { mImpl->mPool->ResetCounters(); }
 
-void BlockCache::Clear() { mImpl->mPool->Clear(); }
+void BlockCache::Clear() noexcept { mImpl->mPool->Clear(); }
 
 }  // namespace Ostra

@@ -11,24 +11,35 @@
 /// keeps a reference to read its statistics or change its budget.
 ///
 /// Blocks are kept per version of a file: its path, last-write time and
-/// size as the File reports them when it opens (IFileBuffer::SetFile). Two
-/// Files on the same unchanged file share blocks, also after a reopen; a
-/// changed file is a new version and never sees the old one's blocks (they
-/// age out). Paths are compared as given, so two spellings of one path do
-/// not share. When the pool holds more than its budget, the least recently
-/// used unpinned blocks go first. Pinned blocks are never evicted, so the
-/// pool exceeds the budget only by blocks pinned when it was reached; a
-/// block that does not fit beside them is not kept at all.
+/// size as the File reports them when it opens (IFileBuffer::SetFile), and,
+/// from the library's own File, the volume, the file's id and its change
+/// time, which every write and every setting of the times moves. Two Files
+/// on the same unchanged file share blocks, also after a reopen; a changed
+/// file is a new version and never sees the old one's blocks (they age
+/// out). A version last written or changed less than 2 s before the File
+/// opened it (the step of FAT's write times) may yet have a successor with
+/// the same stamps: its blocks serve that File alone and go when it closes.
+/// What remains unseen is a same-size rewrite that sets the write time
+/// back on a file system that keeps no change time (FAT, exFAT); a host's
+/// own cache, told only path, write time and size, cannot see one that
+/// keeps the write time on any file system. Paths are
+/// compared as given, so two spellings of one path do not share. When the
+/// pool holds more than its budget, the least recently used unpinned blocks
+/// go first. Pinned blocks are never evicted, so the pool exceeds the budget
+/// only by blocks pinned when it was reached; a block that does not fit
+/// beside them is not kept at all.
 ///
 /// Threading: every member, and every operation of the buffers it makes,
-/// may be called from any thread at any time. Lookups are spread over
-/// independently locked shards, so readers of different blocks do not wait
-/// for each other. Buffers keep the pool alive after the last reference to
-/// the BlockCache itself is gone.
+/// may be called from any thread at any time. One lock guards the pool, held
+/// only to look a block up or file it, never while one is copied or read.
+/// Buffers keep the pool alive after the last reference to the BlockCache
+/// itself is gone.
 ///
-/// Failures: nothing here reports one. A block that cannot be kept (no
-/// memory, no room beside pinned blocks) is simply not cached; GetBlock
-/// then misses and the File reads the block from disk again.
+/// Failures: nothing here throws or reports one. A block that cannot be
+/// kept (no memory, no room beside pinned blocks) is simply not cached;
+/// GetBlock then misses and the File reads the block from disk again. A pin
+/// that cannot be recorded is not made; a version that cannot be shared
+/// for want of memory keeps its blocks for its File alone.
 #pragma once
 
 #include <cstdint>
@@ -45,7 +56,7 @@ struct BlockCacheStatistics {
   std::uint64_t hits = 0;       ///< GetBlock found the block
   std::uint64_t misses = 0;     ///< GetBlock did not
   std::uint64_t additions = 0;  ///< AddBlock calls
-  std::uint64_t evictions = 0;  ///< blocks dropped for the budget (also by Clear)
+  std::uint64_t evictions = 0;  ///< blocks dropped (budget, Clear, a File's own on its close)
   ///@}
   /// \name The state now.
   ///@{
@@ -66,24 +77,26 @@ struct BlockCacheStatistics {
 class OSTRA_API BlockCache : public IFileBufferFactory {
  public:
   /// A new, empty pool that holds at most inByteBudget bytes of blocks
-  /// (beyond that only pinned ones). Never empty.
-  static strata::classref::InterfaceRef<BlockCache> Create(std::uint64_t inByteBudget);
+  /// (beyond that only pinned ones). Empty only when there is no memory for
+  /// it (installing that leaves Files uncached).
+  static strata::classref::InterfaceRef<BlockCache> Create(std::uint64_t inByteBudget) noexcept;
 
-  /// A per-File view of this pool; never empty.
-  strata::classref::InterfaceRef<IFileBuffer> CreateFileBuffer() override;
+  /// A per-File view of this pool; empty only when there is no memory for
+  /// it (the File is then read uncached).
+  strata::classref::InterfaceRef<IFileBuffer> CreateFileBuffer() noexcept override;
 
   /// A new budget; when it is lower than what the pool holds, unpinned
   /// blocks are evicted before the call returns (for memory pressure).
-  void SetByteBudget(std::uint64_t inByteBudget);
+  void SetByteBudget(std::uint64_t inByteBudget) noexcept;
   /// The budget in bytes, as last set.
-  std::uint64_t GetByteBudget() const;
+  std::uint64_t GetByteBudget() const noexcept;
 
-  /// A snapshot; under concurrent use its fields may be a moment apart.
-  BlockCacheStatistics GetStatistics() const;
+  /// A snapshot, taken under the pool's lock: its fields agree.
+  BlockCacheStatistics GetStatistics() const noexcept;
   /// Zeroes the hit, miss, addition and eviction counters.
-  void ResetCounters();
+  void ResetCounters() noexcept;
   /// Evicts every unpinned block.
-  void Clear();
+  void Clear() noexcept;
 
   class PrivateImpl;  ///< the pool's hidden state
 
