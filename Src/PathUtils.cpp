@@ -349,6 +349,9 @@ bool RelativeDirectoryPath(const UTF16String& inFrom, const UTF16String& inTo,
     if (*target != L'\\') --target;
     relative += target;
   }
+  // The shell's answer buffer holds MAX_PATH characters with the NUL; an
+  // answer that does not fit is its failure, and so ours.
+  if (relative.size() >= static_cast<std::size_t>(OSTRA_MAX_PATH)) return false;
   outRelative.swap(relative);
   return true;
 }

@@ -34,11 +34,12 @@ inline bool StartsWithLongPathPrefix(const UTF16String& inPath) {
 namespace Internal {
 
 // The shell's relative path from directory inFrom to directory inTo (both
-// without drive, as ArePathsRelative hands them over), for any length: the
-// longest common prefix of whole components, compared without case, then
-// "..\" for every component of inFrom behind it ("." for none) and the rest
-// of inTo. False, and outRelative untouched, when no component is shared.
-// Exported for the tests.
+// without drive, as ArePathsRelative hands them over), for inputs of any
+// length: the longest common prefix of whole components, compared without
+// case, then "..\" for every component of inFrom behind it ("." for none)
+// and the rest of inTo. False, and outRelative untouched, when no component
+// is shared or when the answer, like the shell's, would not fit MAX_PATH
+// with its NUL (260 characters or more). Exported for the tests.
 OSTRA_API bool RelativeDirectoryPath(const UTF16String& inFrom, const UTF16String& inTo,
                                      UTF16String& outRelative);
 

@@ -1,5 +1,7 @@
 #include "Ostra/Timecode.h"
 
+#include <climits>
+
 #include "Ostra/Result.h"
 #include "strata/Impl.h"
 
@@ -17,11 +19,15 @@ class Timecode::PrivateImpl : public strata::Impl {
               const Style& inStyle)
       : mTime(inTime), mRate(inRate), mFormat(inFormat), mStyle(inStyle) {}
 
-  // Hours of a reading, wrapped into the day before zero for a negative
-  // time unless the style allows negative times.
+  // Hours of a reading: 23 - hours for a negative time unless the style
+  // allows negative times. There is no modulo: past a day before zero the
+  // hours go below zero (-24 h reads -1). Saturates at the ends of int.
   int DisplayedHours(unsigned inHours, bool inNegative) const {
-    if (inNegative && !mStyle.mAllowNegative) return 23 - static_cast<int>(inHours % 24);
-    return inHours > 2147483647u ? 2147483647 : static_cast<int>(inHours);
+    const std::int64_t hours = inNegative && !mStyle.mAllowNegative
+                                   ? 23 - static_cast<std::int64_t>(inHours)
+                                   : static_cast<std::int64_t>(inHours);
+    if (hours < INT_MIN) return INT_MIN;
+    return hours > INT_MAX ? INT_MAX : static_cast<int>(hours);
   }
 
   TickTime mTime;
@@ -183,8 +189,9 @@ Result Timecode::ConformTimecode(const Timecode& inSource, const FrameRate& inRa
   const std::int64_t newFrames =
       scaled > -9.0e18 && scaled < 9.0e18 ? static_cast<std::int64_t>(scaled) : 0;
 
-  // The sign of a negative source is not carried: the fields are all
-  // non-negative readings.
+  // The reading is carried, not the sign: within a day before zero the
+  // fields are all non-negative and the result lies after zero; past a day
+  // the hours are negative, and so the move is backwards.
   Timecode conformed(stratamedia::kTime_Zero, inRate, inFormat, source.mStyle);
   conformed.IncrementHMSF(displayedHours, static_cast<int>(minutes), static_cast<int>(seconds),
                           WrapTo32(static_cast<std::uint64_t>(newFrames)));

@@ -4,6 +4,7 @@
 // failure stops its test and names the seed and input to replay.
 #include <gtest/gtest.h>
 #include <windows.h>
+#include <shlwapi.h>
 
 #include <cstdint>
 #include <string>
@@ -108,7 +109,8 @@ TEST(Fuzz, NormalFormIsStableAndStripsBack) {
 }
 
 // Below the shell's limits the library asks the shell; beyond them it
-// walks the components itself. The two must agree where both answer.
+// walks the components itself. The two must agree where both answer, and
+// refuse the same answers at the shell's 260-character limit.
 TEST(Fuzz, RelativePathsAgreeWithTheShell) {
   Fuzzer fuzz("relative paths");
   const UTF16String components[] = {L"a", L"A", L"b", L"ab", L"aB", L"abc", L"x y", L"\x00E9"};
@@ -127,13 +129,31 @@ TEST(Fuzz, RelativePathsAgreeWithTheShell) {
     const bool ownRelated = PathUtils::Internal::RelativeDirectoryPath(from, to, own);
     FUZZ_EXPECT(shellRelated == ownRelated, fuzz, i, from + L" -> " + to);
     FUZZ_EXPECT(shell == own, fuzz, i, from + L" -> " + to);
-    // Long and odd paths never fail to answer safely.
+    // Answers of about 260 characters, from the shell itself: the inputs
+    // stay whole in its MAX_PATH copies and its unchecked "..\" steps few.
+    if (from.size() >= 3) {
+      const std::size_t length = 259 - fuzz.Below(20);
+      const UTF16String longTo = to + UTF16String(length - 1 - to.size(), L'y') + L"\\";
+      wchar_t answer[MAX_PATH] = {};
+      const bool shellAnswered =
+          ::PathRelativePathToW(answer, from.c_str(), FILE_ATTRIBUTE_DIRECTORY, longTo.c_str(),
+                                FILE_ATTRIBUTE_DIRECTORY) != FALSE;
+      own = L"untouched";
+      const bool ownAnswered = PathUtils::Internal::RelativeDirectoryPath(from, longTo, own);
+      FUZZ_EXPECT(shellAnswered == ownAnswered, fuzz, i, from + L" -> " + longTo);
+      FUZZ_EXPECT(ownAnswered ? own == answer : own == L"untouched", fuzz, i,
+                  from + L" -> " + longTo);
+    }
+    // Long and odd paths never fail to answer safely, nor answer more
+    // than the shell's buffer holds.
     if (fuzz.OneIn(100)) {
       UTF16String deep = L"C:\\";
       for (std::uint32_t n = 100 + fuzz.Below(200); n > 0; --n)
         deep += components[fuzz.Below(8)] + L"\\";
+      shell.clear();
       PathUtils::ArePathsRelative(deep, PathText(fuzz, 300), shell);
       PathUtils::ArePathsRelative(PathText(fuzz, 300), deep, shell);
+      FUZZ_EXPECT(shell.size() < 260, fuzz, i, deep);
     }
   }
 }

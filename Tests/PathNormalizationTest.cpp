@@ -156,14 +156,17 @@ TEST(ArePathsRelative, RelatesTheDirectoriesBelowTheDrive) {
       {LR"(rel\a\f)", LR"(C:\rel\a\)", false, L""},
       {LR"(C:\a\f)", L"", false, L""},
       {LR"(C:\)" + UTF16String(300, L'a') + L"\\", LR"(C:\a\)", false, L""},
-      // Deep folders: the answer is longer than the shell's 260 characters,
-      // and past 130 levels so is the source. A relative path has no length
-      // limit of its own (normal paths lift the system's), so the exact path
-      // comes back rather than a refusal.
+      // Deep folders. Whether the shell answers or, where it would overrun,
+      // the library's own walk, the answer must fit the shell's buffer of
+      // 260 characters with its NUL: 259 do, 260 are a refusal, however
+      // short or long the inputs.
       {DeepFolder(60), LR"(C:\a\x\)", true, Climb(59, LR"(x\)")},
-      {DeepFolder(120), LR"(C:\a\x\)", true, Climb(119, LR"(x\)")},
-      {DeepFolder(400), LR"(C:\a\x\)", true, Climb(399, LR"(x\)")},
-      {LR"(C:\a\x\)", DeepFolder(400) + L"f", true, L".." + DeepFolder(399).substr(2)},
+      {DeepFolder(60), LR"(C:\a\)" + UTF16String(81, L'x') + L"\\", true,
+       Climb(59, UTF16String(81, L'x') + L"\\")},  // 259
+      {DeepFolder(60), LR"(C:\a\)" + UTF16String(82, L'x') + L"\\", false, L""},  // 260
+      {DeepFolder(120), LR"(C:\a\x\)", false, L""},
+      {DeepFolder(400), LR"(C:\a\x\)", false, L""},
+      {LR"(C:\a\x\)", DeepFolder(400) + L"f", false, L""},
       {DeepFolder(400), DeepFolder(400), true, L"."},
   };
   for (const auto& row : rows) {

@@ -79,7 +79,7 @@ TEST(Timecode, StyleMapsToFlagsForTextAndParsing) {
   EXPECT_EQ(kTime_Zero, Timecode::StringToTime(L"25:00:00:00", kPAL, T::kTimecode25, false));
 }
 
-TEST(TimecodeHMSF, NegativeReadingsWrapHoursOnlyUnlessAllowed) {
+TEST(TimecodeHMSF, NegativeReadingsAreTwentyThreeMinusHoursUnlessAllowed) {
   const struct {
     std::int64_t frame;
     bool allowNegative;
@@ -90,6 +90,13 @@ TEST(TimecodeHMSF, NegativeReadingsWrapHoursOnlyUnlessAllowed) {
       {-107892 - 1800, false, 22, 1, 0, 2},
       {-1, false, 23, 0, 0, 1},
       {107892 + 17982 + 5, false, 1, 10, 0, 5},
+      // The day boundary (a day is 2,589,408 frames): 23 - hours, no modulo.
+      {-2589407, false, 0, 59, 59, 29},
+      {-2589408, false, -1, 0, 0, 0},
+      {-2589409, false, -1, 0, 0, 1},
+      {-2589408 - 107892, false, -2, 0, 0, 0},
+      {-2589408 - 107892, true, 25, 0, 0, 0},
+      {-2 * 2589408, false, -25, 0, 0, 0},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.frame);
@@ -102,6 +109,15 @@ TEST(TimecodeHMSF, NegativeReadingsWrapHoursOnlyUnlessAllowed) {
     EXPECT_EQ(row.minutes, m);
     EXPECT_EQ(row.seconds, s);
     EXPECT_EQ(row.frames, f);
+  }
+  {
+    // Hours beyond int saturate: a rate of one tick a frame reaches them.
+    int h = 0, m = 0, s = 0;
+    std::int64_t f = 0;
+    Timecode(TickTime::Min(), FrameRate(1), T::kTimecode24).GetHMSF(h, m, s, f);
+    EXPECT_EQ(INT_MIN, h);
+    Timecode(TickTime::Max(), FrameRate(1), T::kTimecode24).GetHMSF(h, m, s, f);
+    EXPECT_EQ(INT_MAX, h);
   }
   for (T::Type format : {T::kFrameCount, T::kFeetFrames40, T::kFeetFrames16}) {
     SCOPED_TRACE(format);
@@ -162,27 +178,37 @@ TEST(TimecodeConform, ScalesTheFrameFieldAndKeepsTheReading) {
     T::Type format;
     FrameRate targetRate;
     T::Type targetFormat;
-    const char* expected;
+    std::int64_t frame;  // of the result, at the target rate
   } rows[] = {
       {Frames(10, kFilm), kFilm, T::kTimecode24, kFrameRate_Video30, T::kTimecode30,
-       "00:00:00:13"},  // 12.5 rounds up
+       13},  // 12.5 rounds up
       {Frames((3600 + 60) * 24 + 12, kFilm), kFilm, T::kTimecode24, kNTSC, T::kTimecodeNTSCDrop,
-       "01:01:00;15"},  // 14.985
+       107892 + 1800 + 13},  // 01:01:00;15, from 14.985
       {Frames(59, kFrameRate_Video60), kFrameRate_Video60, T::kTimecode60, kFilm, T::kTimecode24,
-       "00:00:01:00"},  // 23.6 rounds to a whole second
+       24},  // 23.6 rounds to a whole second
       {Frames(-25, kPAL), kPAL, T::kTimecode25, kFrameRate_Video30, T::kTimecode30,
-       "23:00:01:00"},  // the wrapped reading; the sign is dropped
+       23 * 3600 * 30 + 30},  // the reading 23:00:01:00; the sign is dropped
       {TickTime(77), kFrameRate_None, T::kTimecode24, kFrameRate_Video30, T::kTimecode30,
-       "00:00:00:00"},  // no rate, no frames to scale
+       0},  // no rate, no frames to scale
+      // From a day before zero the hours of the reading are negative and
+      // the result lies before zero.
+      {Frames(-24 * 3600 * 25 + 1, kPAL), kPAL, T::kTimecode25, kFilm, T::kTimecode24,
+       24 * 3600 - 1},  // the reading 00:59:59:24: the last frame within the day
+      {Frames(-24 * 3600 * 25, kPAL), kPAL, T::kTimecode25, kFilm, T::kTimecode24, -3600 * 24},
+      {Frames(-24 * 3600 * 25 - 1, kPAL), kPAL, T::kTimecode25, kFilm, T::kTimecode24,
+       -3600 * 24 - 1},
+      {Frames(-25 * 3600 * 25 - 10, kPAL), kPAL, T::kTimecode25, kFilm, T::kTimecode24, -172810},
+      {Frames(-48 * 3600 * 25, kPAL), kPAL, T::kTimecode25, kFilm, T::kTimecode24,
+       -25 * 3600 * 24},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.expected);
+    SCOPED_TRACE(row.frame);
     Timecode out;
     EXPECT_EQ(Ostra::kSuccess, Timecode::ConformTimecode(Timecode(row.time, row.rate, row.format),
                                                          row.targetRate, row.targetFormat, out));
     EXPECT_EQ(row.targetRate, out.GetFrameRate());
     EXPECT_EQ(TimeDisplay(row.targetFormat), out.GetFormat());
-    EXPECT_EQ(row.expected, Text(out));
+    EXPECT_EQ(Frames(row.frame, row.targetRate), out.GetTime());
   }
   // The output may be the source itself.
   Timecode inPlace(Frames(10, kFilm), kFilm, T::kTimecode24);

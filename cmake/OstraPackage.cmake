@@ -20,8 +20,9 @@ install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/CHANGELOG.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 # The Boost headers the public headers reach, copied as real files by
-# OstraBoostBundle.cmake whenever the libraries are rebuilt: the package's
-# Boost when a host brings none.
+# OstraBoostBundle.cmake: the package's Boost when a host brings none. Made
+# by the install step itself, from the headers as they are then: installing
+# needs nothing built but the libraries, and never ships a stale copy.
 set(OSTRA_BOOST_INSTALL_INCLUDE ${CMAKE_INSTALL_INCLUDEDIR}/ostra-boost)
 set(OSTRA_BOOST_BUNDLE ${CMAKE_BINARY_DIR}/boost-bundle)
 set(probe ${CMAKE_BINARY_DIR}/boost-bundle-probe.cpp)
@@ -32,16 +33,15 @@ file(CONFIGURE OUTPUT ${probe} CONTENT [[
 ]])
 set(includes "$<TARGET_PROPERTY:OstraFoundation,INTERFACE_INCLUDE_DIRECTORIES>")
 set(defines "$<TARGET_PROPERTY:OstraFoundation,INTERFACE_COMPILE_DEFINITIONS>")
-add_custom_command(OUTPUT ${OSTRA_BOOST_BUNDLE}.stamp
-  COMMAND ${CMAKE_COMMAND} -DCXX=${CMAKE_CXX_COMPILER} -DSOURCE=${probe}
-          "-DFLAGS=-I$<JOIN:${includes},|-I>$<$<BOOL:${defines}>:|-D$<JOIN:${defines},|-D>>"
-          -DBOOST_INCLUDE=${OSTRA_BOOST_INCLUDE} -DOUTPUT=${OSTRA_BOOST_BUNDLE}
-          -P ${CMAKE_CURRENT_LIST_DIR}/OstraBoostBundle.cmake
-  COMMAND ${CMAKE_COMMAND} -E touch ${OSTRA_BOOST_BUNDLE}.stamp
-  DEPENDS ${OSTRA_LIBRARIES} ${probe} ${CMAKE_CURRENT_LIST_DIR}/OstraBoostBundle.cmake
-  COMMENT "Copying the Boost headers the public headers include"
-  VERBATIM)
-add_custom_target(ostra_boost_bundle ALL DEPENDS ${OSTRA_BOOST_BUNDLE}.stamp)
+install(CODE "
+  message(STATUS \"Copying the Boost headers the public headers include\")
+  execute_process(
+    COMMAND \"${CMAKE_COMMAND}\" \"-DCXX=${CMAKE_CXX_COMPILER}\" \"-DSOURCE=${probe}\"
+            \"-DFLAGS=-I$<JOIN:${includes},|-I>$<$<BOOL:${defines}>:|-D$<JOIN:${defines},|-D>>\"
+            \"-DBOOST_INCLUDE=${OSTRA_BOOST_INCLUDE}\" \"-DOUTPUT=${OSTRA_BOOST_BUNDLE}\"
+            -P \"${CMAKE_CURRENT_LIST_DIR}/OstraBoostBundle.cmake\"
+    COMMAND_ERROR_IS_FATAL ANY)
+")
 install(DIRECTORY ${OSTRA_BOOST_BUNDLE}/boost DESTINATION ${OSTRA_BOOST_INSTALL_INCLUDE})
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/BoostLicense_1_0.txt
         DESTINATION ${OSTRA_BOOST_INSTALL_INCLUDE} RENAME LICENSE_1_0.txt)

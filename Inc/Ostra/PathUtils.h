@@ -136,7 +136,9 @@ OSTRA_API UTF16String GetFullDirectoryPart(const UTF16String& inPath);
 /// (file names are dropped): `C:\a\b\file.txt`, `C:\a\c\` => `..\c`. The drive is
 /// ignored in the comparison, and a path without a colon counts as being on
 /// drive C:. False, and outRelative untouched, when either path is not
-/// acceptable or the two share no first directory.
+/// acceptable, the two share no first directory, or the answer would not
+/// fit the shell's 260-character buffer with its NUL (260 characters or
+/// more; long paths whose answer is shorter still relate).
 OSTRA_API bool ArePathsRelative(const UTF16String& inFromPath, const UTF16String& inToPath,
                                 UTF16String& outRelative);
 

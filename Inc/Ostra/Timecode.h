@@ -4,8 +4,8 @@
 /// with conversions to and from timecode text, hours-minutes-seconds-frames
 /// fields and film feet and frames. The time arithmetic and text layout are
 /// stratamedia's; this class maps its Style to the conversion flags and
-/// adds the 24-hour wrap of negative HMSF readings, feet-and-frames steps
-/// and conforming to another rate.
+/// adds the "23 - hours" reading of negative HMSF times, feet-and-frames
+/// steps and conforming to another rate.
 ///
 /// A Timecode is a value owned by its caller: copies are independent, and
 /// distinct objects may be used from different threads.
@@ -29,8 +29,8 @@ class OSTRA_API Timecode {
     std::uint32_t mStyleValue = 1;
     /// Drop-frame formats written with ':' throughout (0x2).
     bool mOptionA = false;
-    /// Negative times written with '-' (0x4), and no 24-hour wrap of
-    /// negative GetHMSF readings.
+    /// Negative times written with '-' (0x4), and GetHMSF reads them as
+    /// their magnitude rather than as 23 - hours.
     bool mAllowNegative = false;
     /// Hours do not wrap at 24 (0x8); the one flag also used for parsing,
     /// where it accepts hours of 24 or more.
@@ -89,8 +89,10 @@ class OSTRA_API Timecode {
 
   /// The displayed fields. A negative time without mAllowNegative reads as
   /// 23 - hours with the magnitude's other fields (one second before zero
-  /// is 23:00:01:00, not a point before midnight). eFailure, with nothing
-  /// written, when the format is not an HMSF format.
+  /// is 23:00:01:00, not a point before midnight). The hours are not taken
+  /// modulo 24, so from a day before zero on they are negative: hours -1
+  /// at -24 h, -2 at -25 h, -25 at -48 h. eFailure, with nothing written,
+  /// when the format is not an HMSF format.
   Result GetHMSF(int& outHours, int& outMinutes, int& outSeconds, std::int64_t& outFrames) const;
 
   /// Moves the time by the fields at the stored rate and format. The fields'
@@ -105,6 +107,9 @@ class OSTRA_API Timecode {
 
   /// Re-expresses inSource at inRate and inFormat keeping its HMSF reading,
   /// with the frame field scaled by the ratio of the rates (rounded half up).
+  /// The reading is GetHMSF's, applied with IncrementHMSF from time zero:
+  /// a negative source without mAllowNegative lands after zero within a day
+  /// of it, and before zero (negative hours move backwards) from a day on.
   /// A copy of the source and eFailure when either format is not HMSF; an
   /// exact copy when rate and format are already the same.
   static Result ConformTimecode(const Timecode& inSource, const stratamedia::FrameRate& inRate,

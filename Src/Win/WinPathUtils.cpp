@@ -76,7 +76,9 @@ bool IsLongDirectoryEmpty(const UTF16String& inNormalizedPath) {
 // short), and writes its "..\" steps into the output before it checks any
 // length, so the longest answer the inputs allow must fit: three
 // characters for every component of inFrom, then inTo. Below three
-// characters its prefix rule reads past the end of the inputs.
+// characters its prefix rule reads past the end of the inputs. Where it
+// cannot answer, RelativeDirectoryPath does, within the same 260-character
+// limit on the answer.
 bool ShellCanRelate(const wchar_t* inFrom, const wchar_t* inTo) {
   const std::size_t fromLength = std::wcslen(inFrom), toLength = std::wcslen(inTo);
   const std::size_t fromComponents = std::count(inFrom, inFrom + fromLength, L'\\') + 1;

@@ -50,6 +50,9 @@ case $step in
 install)
   rm -rf "$work"
   mkdir -p "$work"
+  # Installing needs nothing built but the libraries (scripts/demo builds
+  # no more): it makes the Boost bundle itself.
+  rm -rf "$OSTRA_BUILD/boost-bundle"
   # A second install over the first must not strip an already stripped DLL.
   cmake --install "$OSTRA_BUILD" --prefix "$work/installed" >/dev/null
   cmake --install "$OSTRA_BUILD" --prefix "$work/installed" >/dev/null
