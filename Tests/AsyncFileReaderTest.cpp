@@ -13,7 +13,9 @@
 
 #include "Ostra/AsyncFileReader.h"
 #include "Ostra/Foundation.h"
+#include "Ostra/Module.h"
 #include "Ostra/Result.h"
+#include "Support/Dialogs.h"
 #include "Support/TempDirectoryTest.h"
 #include "Support/TraceCapture.h"
 #include "Win/AsyncFileReaderPrivate.h"
@@ -123,29 +125,61 @@ TEST_F(AsyncFileReaderTest, OpenReportsPowerOfTwoSectorSizeAndTracesTheQueryResu
             lines[0]);
 }
 
-struct ContractCase {
-  const char* name;
-  void (*misuse)(const std::wstring& inFile);
-  const char* condition;
-  int line;
-};
-
-TEST_F(AsyncFileReaderTest, MisuseRaisesInputContractNamingConditionAndLine) {
+// Reports of these checks are matched by their documented condition,
+// source and line, so moving a check must not change its report.
+TEST_F(AsyncFileReaderTest, MisuseRaisesInputContractNamingDocumentedConditionSourceAndLine) {
   const std::wstring file = MakePatternFile(L"data.bin", 64 * 1024);
-  const ContractCase cases[] = {
+  struct Row {
+    const char* name;
+    void (*misuse)(const std::wstring& inFile);
+    const char* function;
+    const char* condition;
+    const char* source;
+    int line;
+  } const rows[] = {
+      {"load an empty module path",
+       [](const std::wstring&) {
+         boost::shared_ptr<Ostra::Module> module;
+         Ostra::Module::Load(std::wstring(), module);
+       },
+       "Ostra::Module::Load", "!inModulePath.empty()", "WinModule", 68},
+      {"look up an empty procedure name",
+       [](const std::wstring&) {
+         boost::shared_ptr<Ostra::Module> module;
+         Ostra::Module::Create(nullptr, module);
+         module->GetProcAddress(std::string());
+       },
+       "Ostra::Module::GetProcAddress", "!inProcName.empty()", "WinModule", 168},
+      {"start twice", [](const std::wstring&) { Ostra::StartupAsyncFileOperations(); },
+       "Ostra::StartupAsyncFileOperations", "sCompletionPort == NULL", "WinAsyncFileReader", 91},
       {"queue on a never-opened reader",
        [](const std::wstring&) {
          AsyncFileReader reader;
          reader.QueueReadRequest(0, 4096, nullptr, nullptr, nullptr, nullptr, nullptr);
        },
-       "mImpl->mFileHandle != INVALID_HANDLE_VALUE", 193},
+       "Ostra::AsyncFileReader::QueueReadRequest",
+       "mImpl->mFileHandle != INVALID_HANDLE_VALUE", "WinAsyncFileReader", 193},
+      {"open before start-up",
+       [](const std::wstring& inFile) {
+         Ostra::Foundation::Terminate();
+         struct Restart {
+           ~Restart() { Ostra::Foundation::Initialize(); }
+         } restart;
+         AsyncFileReader reader;
+         AsyncFileReader::Open(inFile, reader);
+       },
+       "Ostra::AsyncFileReader::Open",
+       "sCompletionPort != NULL && sCompletionPort != INVALID_HANDLE_VALUE", "WinAsyncFileReader",
+       239},
       {"open an open reader",
        [](const std::wstring& inFile) {
          AsyncFileReader reader;
          AsyncFileReader::Open(inFile, reader);
          AsyncFileReader::Open(inFile, reader);
        },
-       "ioOpenedAsyncFileReader.mImpl->mFileHandle == INVALID_HANDLE_VALUE", 240},
+       "Ostra::AsyncFileReader::Open",
+       "ioOpenedAsyncFileReader.mImpl->mFileHandle == INVALID_HANDLE_VALUE", "WinAsyncFileReader",
+       240},
       {"open a closed reader",
        [](const std::wstring& inFile) {
          AsyncFileReader reader;
@@ -153,25 +187,38 @@ TEST_F(AsyncFileReaderTest, MisuseRaisesInputContractNamingConditionAndLine) {
          reader.Close();
          AsyncFileReader::Open(inFile, reader);
        },
-       "!ioOpenedAsyncFileReader.mImpl->mExecutor", 241},
-      {"start twice", [](const std::wstring&) { Ostra::StartupAsyncFileOperations(); },
-       "sCompletionPort == NULL", 91},
+       "Ostra::AsyncFileReader::Open",
+       "!ioOpenedAsyncFileReader.mImpl->mExecutor", "WinAsyncFileReader", 241},
+      {"add a busy request twice",
+       [](const std::wstring&) {
+         int request = 0;
+         Ostra::RequestBusyList<int> list;
+         list.AddToBusyList(&request);
+         list.AddToBusyList(&request);
+       },
+       "Ostra::RequestBusyList<RequestType>::AddToBusyList",
+       "mBusyList.find(inRequest) == mBusyList.end()", "AsyncFileReader", 90},
+      {"remove a request that is not busy",
+       [](const std::wstring&) {
+         int request = 0;
+         int* const requests[] = {&request};
+         Ostra::RequestBusyList<int> list;
+         list.RemoveFromBusyList(requests, 1, [] { return 0u; });
+       },
+       "Ostra::RequestBusyList<RequestType>::RemoveFromBusyList",
+       "mBusyList.find(inRequest) != mBusyList.end()", "AsyncFileReader", 97},
   };
-  for (const ContractCase& test : cases) {
-    SCOPED_TRACE(test.name);
-    std::vector<strata::debug::DialogInfo> dialogs;
-    strata::debug::DialogHook previous =
-        strata::debug::SetDialogHook([&dialogs](const strata::debug::DialogInfo& inInfo) {
-          dialogs.push_back(inInfo);
-          return strata::debug::DialogAction::kContinue;
-        });
-    EXPECT_THROW(test.misuse(file), strata::config::strata_exception);
-    strata::debug::SetDialogHook(previous);
-    ASSERT_EQ(1u, dialogs.size());
-    EXPECT_EQ(strata::debug::DialogKind::kInputContract, dialogs[0].kind);
-    EXPECT_EQ(test.condition, dialogs[0].condition);
-    EXPECT_EQ("WinAsyncFileReader", dialogs[0].file);
-    EXPECT_EQ(test.line, dialogs[0].line);
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    OstraTest::ContinueDialogs dialogs;
+    EXPECT_THROW(row.misuse(file), strata::config::strata_exception);
+    const std::vector<strata::debug::DialogInfo> seen = dialogs.Seen();
+    ASSERT_EQ(1u, seen.size());
+    EXPECT_EQ(strata::debug::DialogKind::kInputContract, seen[0].kind);
+    EXPECT_EQ(row.function, seen[0].function);
+    EXPECT_EQ(row.condition, seen[0].condition);
+    EXPECT_EQ(row.source, seen[0].file);
+    EXPECT_EQ(row.line, seen[0].line);
   }
 }
 

@@ -95,12 +95,9 @@ class RequestBusyList {
 
   void AddToBusyList(RequestType* inRequest) {
     strata::threads::RecursiveMutex::ScopedLock lock(mMutex);
-    // Contract reports keep a fixed line so that they read the same from
-    // one build to the next.
-    if (!(mBusyList.find(inRequest) == mBusyList.end()))
-      strata::debug::ContractViolation(strata::debug::DialogKind::kInputContract,
-                                       "mBusyList.find(inRequest) == mBusyList.end()",
-                                       STRATA_FUNCTION_SIGNATURE, "AsyncFileReader.h", 90);
+    STRATA_INPUT_CONTRACT_AT(mBusyList.find(inRequest) == mBusyList.end(),
+                             "mBusyList.find(inRequest) == mBusyList.end()", "AsyncFileReader",
+                             90);
     mBusyList.insert(inRequest);
   }
 
@@ -119,10 +116,9 @@ class RequestBusyList {
     strata::threads::RecursiveMutex::ScopedLock lock(mMutex);
     for (std::size_t i = 0; i < inCount; ++i) {
       RequestType* const inRequest = inRequests[i];
-      if (!(mBusyList.find(inRequest) != mBusyList.end()))
-        strata::debug::ContractViolation(strata::debug::DialogKind::kInputContract,
-                                         "mBusyList.find(inRequest) != mBusyList.end()",
-                                         STRATA_FUNCTION_SIGNATURE, "AsyncFileReader.h", 97);
+      STRATA_INPUT_CONTRACT_AT(mBusyList.find(inRequest) != mBusyList.end(),
+                               "mBusyList.find(inRequest) != mBusyList.end()", "AsyncFileReader",
+                               97);
       mBusyList.erase(inRequest);
     }
     inBeforeRelease();

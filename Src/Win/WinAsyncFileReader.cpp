@@ -19,21 +19,14 @@
 #include "ScopedHandle.h"
 #include "strata/Impl.h"
 
-// Contract reports of this file keep fixed line numbers, so that a report
-// reads the same whatever edits happen around the check.
-#define OSTRA_READER_CONTRACT(cond, text, line)                                                \
-  do {                                                                                         \
-    if (!(cond))                                                                               \
-      ::strata::debug::ContractViolation(::strata::debug::DialogKind::kInputContract, text,    \
-                                         STRATA_FUNCTION_SIGNATURE, "WinAsyncFileReader",      \
-                                         line);                                                \
-  } while (0)
-
 namespace Ostra {
 
 namespace {
 
 typedef AsyncReadRequest<OVERLAPPED> Request;
+
+// Contract reports of this file name it so, with their documented lines.
+const char kContractSource[] = "WinAsyncFileReader";
 
 const std::uint32_t kRequestPoolSize = 2048;
 const std::uint32_t kRequestIndexMask = kRequestPoolSize - 1;
@@ -257,8 +250,8 @@ std::uint32_t AsyncFileReader::GetDiskSectorSize() const { return mSectorSize; }
 Result AsyncFileReader::QueueReadRequest(std::uint64_t inOffset, std::uint32_t inSize,
                                          void* inBuffer, CompletionFunction inCallback,
                                          void* inContext1, void* inContext2, void* inContext3) {
-  OSTRA_READER_CONTRACT(mImpl->mFileHandle.IsValid(),
-                        "mImpl->mFileHandle != INVALID_HANDLE_VALUE", 193);
+  STRATA_INPUT_CONTRACT_AT(mImpl->mFileHandle.IsValid(),
+                           "mImpl->mFileHandle != INVALID_HANDLE_VALUE", kContractSource, 193);
   Request* request = ClaimRequest();
   request->mOffset = inOffset;
   request->mRequestedSize = inSize;
@@ -285,12 +278,14 @@ Result AsyncFileReader::QueueReadRequest(std::uint64_t inOffset, std::uint32_t i
 
 Result AsyncFileReader::Open(const UTF16String& inPath,
                              AsyncFileReader& ioOpenedAsyncFileReader) {
-  OSTRA_READER_CONTRACT(sCompletionPort.IsValid(),
-                        "sCompletionPort != NULL && sCompletionPort != INVALID_HANDLE_VALUE", 239);
-  OSTRA_READER_CONTRACT(!ioOpenedAsyncFileReader.mImpl->mFileHandle.IsValid(),
-                        "ioOpenedAsyncFileReader.mImpl->mFileHandle == INVALID_HANDLE_VALUE", 240);
-  OSTRA_READER_CONTRACT(!ioOpenedAsyncFileReader.mImpl->mExecutor,
-                        "!ioOpenedAsyncFileReader.mImpl->mExecutor", 241);
+  STRATA_INPUT_CONTRACT_AT(sCompletionPort.IsValid(),
+                           "sCompletionPort != NULL && sCompletionPort != INVALID_HANDLE_VALUE",
+                           kContractSource, 239);
+  STRATA_INPUT_CONTRACT_AT(!ioOpenedAsyncFileReader.mImpl->mFileHandle.IsValid(),
+                           "ioOpenedAsyncFileReader.mImpl->mFileHandle == INVALID_HANDLE_VALUE",
+                           kContractSource, 240);
+  STRATA_INPUT_CONTRACT_AT(!ioOpenedAsyncFileReader.mImpl->mExecutor,
+                           "!ioOpenedAsyncFileReader.mImpl->mExecutor", kContractSource, 241);
   PrivateImpl& impl = *ioOpenedAsyncFileReader.mImpl;
 
   if (!PathUtils::ExistsOnDisk(inPath, false) || PathUtils::IsDirectory(inPath)) {
@@ -338,7 +333,8 @@ void AsyncFileReader::Close() {
 }
 
 void StartupAsyncFileOperations() {
-  OSTRA_READER_CONTRACT(!sCompletionPort.IsValid(), "sCompletionPort == NULL", 91);
+  STRATA_INPUT_CONTRACT_AT(!sCompletionPort.IsValid(), "sCompletionPort == NULL", kContractSource,
+                           91);
   // Reads left in flight by an earlier shut-down never reach the new port.
   sReadsOnTheirWay = 0;
   sCompletionPort.Reset(::CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 1));
