@@ -7,15 +7,19 @@
 #include <cstring>
 #include <memory>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "Ostra/AsyncFileReader.h"
 #include "Ostra/Foundation.h"
+#include "Ostra/Module.h"
 #include "Ostra/Result.h"
+#include "Support/Dialogs.h"
 #include "Support/TempDirectoryTest.h"
 #include "Support/TraceCapture.h"
+#include "Support/Watchdog.h"
 #include "Win/AsyncFileReaderPrivate.h"
 #include "strata/Config.h"
 
@@ -123,29 +127,61 @@ TEST_F(AsyncFileReaderTest, OpenReportsPowerOfTwoSectorSizeAndTracesTheQueryResu
             lines[0]);
 }
 
-struct ContractCase {
-  const char* name;
-  void (*misuse)(const std::wstring& inFile);
-  const char* condition;
-  int line;
-};
-
-TEST_F(AsyncFileReaderTest, MisuseRaisesInputContractNamingConditionAndLine) {
+// Reports of these checks are matched by their documented condition,
+// source and line, so moving a check must not change its report.
+TEST_F(AsyncFileReaderTest, MisuseRaisesInputContractNamingDocumentedConditionSourceAndLine) {
   const std::wstring file = MakePatternFile(L"data.bin", 64 * 1024);
-  const ContractCase cases[] = {
+  struct Row {
+    const char* name;
+    void (*misuse)(const std::wstring& inFile);
+    const char* function;
+    const char* condition;
+    const char* source;
+    int line;
+  } const rows[] = {
+      {"load an empty module path",
+       [](const std::wstring&) {
+         boost::shared_ptr<Ostra::Module> module;
+         Ostra::Module::Load(std::wstring(), module);
+       },
+       "Ostra::Module::Load", "!inModulePath.empty()", "WinModule", 68},
+      {"look up an empty procedure name",
+       [](const std::wstring&) {
+         boost::shared_ptr<Ostra::Module> module;
+         Ostra::Module::Create(nullptr, module);
+         module->GetProcAddress(std::string());
+       },
+       "Ostra::Module::GetProcAddress", "!inProcName.empty()", "WinModule", 168},
+      {"start twice", [](const std::wstring&) { Ostra::StartupAsyncFileOperations(); },
+       "Ostra::StartupAsyncFileOperations", "sCompletionPort == NULL", "WinAsyncFileReader", 91},
       {"queue on a never-opened reader",
        [](const std::wstring&) {
          AsyncFileReader reader;
          reader.QueueReadRequest(0, 4096, nullptr, nullptr, nullptr, nullptr, nullptr);
        },
-       "mImpl->mFileHandle != INVALID_HANDLE_VALUE", 193},
+       "Ostra::AsyncFileReader::QueueReadRequest",
+       "mImpl->mFileHandle != INVALID_HANDLE_VALUE", "WinAsyncFileReader", 193},
+      {"open before start-up",
+       [](const std::wstring& inFile) {
+         Ostra::Foundation::Terminate();
+         struct Restart {
+           ~Restart() { Ostra::Foundation::Initialize(); }
+         } restart;
+         AsyncFileReader reader;
+         AsyncFileReader::Open(inFile, reader);
+       },
+       "Ostra::AsyncFileReader::Open",
+       "sCompletionPort != NULL && sCompletionPort != INVALID_HANDLE_VALUE", "WinAsyncFileReader",
+       239},
       {"open an open reader",
        [](const std::wstring& inFile) {
          AsyncFileReader reader;
          AsyncFileReader::Open(inFile, reader);
          AsyncFileReader::Open(inFile, reader);
        },
-       "ioOpenedAsyncFileReader.mImpl->mFileHandle == INVALID_HANDLE_VALUE", 240},
+       "Ostra::AsyncFileReader::Open",
+       "ioOpenedAsyncFileReader.mImpl->mFileHandle == INVALID_HANDLE_VALUE", "WinAsyncFileReader",
+       240},
       {"open a closed reader",
        [](const std::wstring& inFile) {
          AsyncFileReader reader;
@@ -153,25 +189,38 @@ TEST_F(AsyncFileReaderTest, MisuseRaisesInputContractNamingConditionAndLine) {
          reader.Close();
          AsyncFileReader::Open(inFile, reader);
        },
-       "!ioOpenedAsyncFileReader.mImpl->mExecutor", 241},
-      {"start twice", [](const std::wstring&) { Ostra::StartupAsyncFileOperations(); },
-       "sCompletionPort == NULL", 91},
+       "Ostra::AsyncFileReader::Open",
+       "!ioOpenedAsyncFileReader.mImpl->mExecutor", "WinAsyncFileReader", 241},
+      {"add a busy request twice",
+       [](const std::wstring&) {
+         int request = 0;
+         Ostra::RequestBusyList<int> list;
+         list.AddToBusyList(&request);
+         list.AddToBusyList(&request);
+       },
+       "Ostra::RequestBusyList<RequestType>::AddToBusyList",
+       "mBusyList.find(inRequest) == mBusyList.end()", "AsyncFileReader", 90},
+      {"remove a request that is not busy",
+       [](const std::wstring&) {
+         int request = 0;
+         int* const requests[] = {&request};
+         Ostra::RequestBusyList<int> list;
+         list.RemoveFromBusyList(requests, 1, [] { return 0u; });
+       },
+       "Ostra::RequestBusyList<RequestType>::RemoveFromBusyList",
+       "mBusyList.find(inRequest) != mBusyList.end()", "AsyncFileReader", 97},
   };
-  for (const ContractCase& test : cases) {
-    SCOPED_TRACE(test.name);
-    std::vector<strata::debug::DialogInfo> dialogs;
-    strata::debug::DialogHook previous =
-        strata::debug::SetDialogHook([&dialogs](const strata::debug::DialogInfo& inInfo) {
-          dialogs.push_back(inInfo);
-          return strata::debug::DialogAction::kContinue;
-        });
-    EXPECT_THROW(test.misuse(file), strata::config::strata_exception);
-    strata::debug::SetDialogHook(previous);
-    ASSERT_EQ(1u, dialogs.size());
-    EXPECT_EQ(strata::debug::DialogKind::kInputContract, dialogs[0].kind);
-    EXPECT_EQ(test.condition, dialogs[0].condition);
-    EXPECT_EQ("WinAsyncFileReader", dialogs[0].file);
-    EXPECT_EQ(test.line, dialogs[0].line);
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    OstraTest::ContinueDialogs dialogs;
+    EXPECT_THROW(row.misuse(file), strata::config::strata_exception);
+    const std::vector<strata::debug::DialogInfo> seen = dialogs.Seen();
+    ASSERT_EQ(1u, seen.size());
+    EXPECT_EQ(strata::debug::DialogKind::kInputContract, seen[0].kind);
+    EXPECT_EQ(row.function, seen[0].function);
+    EXPECT_EQ(row.condition, seen[0].condition);
+    EXPECT_EQ(row.source, seen[0].file);
+    EXPECT_EQ(row.line, seen[0].line);
   }
 }
 
@@ -231,24 +280,32 @@ TEST_F(AsyncFileReaderTest, MoreReadsThanPoolRecordsFromTwoThreadsAllComplete) {
 
 // One reader of a busy-readers test: its reads are numbered, each
 // callback marks its read's slot, checks that no other callback of the
-// same reader is running, and in chained runs queues the next read.
+// same reader is running, and in chained runs queues the next read. A
+// callback that runs once the owner's Close or destructor has returned
+// counts as late (and queues nothing: the reader may be gone).
 struct BusyReader {
   std::unique_ptr<AsyncFileReader> reader{new AsyncFileReader};
+  // Callbacks queue through this: unique_ptr::reset empties the pointer
+  // before the destructor has waited for them.
+  AsyncFileReader* const target = reader.get();
   char* memory = nullptr;
   std::uint32_t sector = 0;
   int total = 0;
   bool chained = false;
   bool slow = false;
+  bool throws = false;
   std::atomic<int> queued{0};
   std::atomic<int> running{0};
   std::atomic<int> overlaps{0};
+  std::atomic<bool> closed{false};
+  std::atomic<int> late{0};
   Completions completions;
   std::vector<std::atomic<int>> calls;  // per read: how often its callback ran
 
   void QueueNext() {
     const int index = queued++;
     const std::uint64_t offset = std::uint64_t(index % 64) * sector;
-    reader->QueueReadRequest(offset, sector, memory + std::size_t(index) * sector,
+    target->QueueReadRequest(offset, sector, memory + std::size_t(index) * sector,
                              &BusyReader::Callback, this,
                              reinterpret_cast<void*>(static_cast<std::intptr_t>(index)), nullptr);
   }
@@ -257,6 +314,10 @@ struct BusyReader {
                        std::uint32_t inRequested, std::uint32_t inRead, void* inBuffer,
                        void* inSelf, void* inIndex, void*, int inResult) {
     BusyReader& self = *static_cast<BusyReader*>(inSelf);
+    if (self.closed) {
+      ++self.late;
+      return;
+    }
     if (self.running++ != 0) ++self.overlaps;
     if (self.slow) ::Sleep(1);
     ++self.calls[static_cast<std::size_t>(reinterpret_cast<std::intptr_t>(inIndex))];
@@ -264,12 +325,15 @@ struct BusyReader {
                      nullptr, inResult);
     if (self.chained && self.queued < self.total) self.QueueNext();
     --self.running;
+    if (self.throws) throw std::runtime_error("a host callback failed");
   }
 };
 
 // Close, the destructor and waits must not return while a read is busy or
 // its callback is still to run, however completions are grouped: many
-// readers at once, callbacks that queue the next read, slow callbacks.
+// readers at once, callbacks that queue the next read (also while the
+// owner closes or destroys the reader), slow callbacks, callbacks that
+// throw.
 TEST_F(AsyncFileReaderTest, CloseAndWaitCoverEveryReadAndEachCallbackRunsOnceNeverTwoAtATime) {
   const std::wstring file = MakePatternFile(L"data.bin", 1024 * 1024);
   enum End { kClose, kDestroy, kWaitThenClose };
@@ -279,17 +343,24 @@ TEST_F(AsyncFileReaderTest, CloseAndWaitCoverEveryReadAndEachCallbackRunsOnceNev
     int reads;
     int inFlight;  // queued up front; chained runs queue the rest from callbacks
     bool slow;
+    bool throws;
     End end;
   } const rows[] = {
-      {"one reader, slow callbacks, Close", 1, 200, 200, true, kClose},
-      {"one reader, slow callbacks, destructor", 1, 200, 200, true, kDestroy},
-      {"eight readers, slow callbacks, Close", 8, 64, 64, true, kClose},
-      {"eight readers, destructor", 8, 300, 300, false, kDestroy},
-      {"eight readers, chains from 32 in flight", 8, 600, 32, false, kWaitThenClose},
-      {"one reader, chain from 1 in flight", 1, 100, 1, false, kWaitThenClose},
+      {"one reader, slow callbacks, Close", 1, 200, 200, true, false, kClose},
+      {"one reader, slow callbacks, destructor", 1, 200, 200, true, false, kDestroy},
+      {"eight readers, slow callbacks, Close", 8, 64, 64, true, false, kClose},
+      {"eight readers, destructor", 8, 300, 300, false, false, kDestroy},
+      {"eight readers, chains from 32 in flight", 8, 600, 32, false, false, kWaitThenClose},
+      {"one reader, chain from 1 in flight", 1, 100, 1, false, false, kWaitThenClose},
+      {"one reader, Close while a chain from 1 runs", 1, 300, 1, false, false, kClose},
+      {"eight readers, destructors while chains from 2 run", 8, 300, 2, false, false, kDestroy},
+      {"eight readers, throwing callbacks chain from 4, Close", 8, 200, 4, false, true, kClose},
   };
+  OstraTest::ContinueDialogs reports;  // of the throwing callbacks
+  OstraTest::Watchdog dog;
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
+    dog.Arm(row.name);
     // The buffers must outlive the readers, whose destructors wait.
     std::vector<std::unique_ptr<AlignedBuffer>> memory;
     {
@@ -305,6 +376,7 @@ TEST_F(AsyncFileReaderTest, CloseAndWaitCoverEveryReadAndEachCallbackRunsOnceNev
         busy.total = row.reads;
         busy.chained = row.inFlight < row.reads;
         busy.slow = row.slow;
+        busy.throws = row.throws;
         busy.calls = std::vector<std::atomic<int>>(row.reads);
       }
       for (int i = 0; i < row.inFlight; ++i)
@@ -319,13 +391,18 @@ TEST_F(AsyncFileReaderTest, CloseAndWaitCoverEveryReadAndEachCallbackRunsOnceNev
         }
         if (row.end == kDestroy) {
           busy->reader.reset();
+          busy->closed = true;
         } else {
           busy->reader->Close();
+          busy->closed = true;
           EXPECT_EQ(busy->queued.load(), busy->completions.count.load());
           busy->reader->Close();  // nothing to do
         }
       }
+      // Time for a callback that Close or the destructor left behind.
+      ::Sleep(50);
       for (const std::unique_ptr<BusyReader>& busy : readers) {
+        EXPECT_EQ(0, busy->late.load()) << "callbacks ran after Close or the destructor returned";
         EXPECT_EQ(row.reads, busy->completions.count.load());
         EXPECT_EQ(0, busy->completions.wrongData.load());
         EXPECT_EQ(0, busy->completions.failures.load());
@@ -336,6 +413,29 @@ TEST_F(AsyncFileReaderTest, CloseAndWaitCoverEveryReadAndEachCallbackRunsOnceNev
       }
     }
   }
+}
+
+// A callback cannot wait for its own reader's callbacks (itself among
+// them): the wait reports the misuse and returns instead of hanging.
+TEST_F(AsyncFileReaderTest, WaitFromTheReadersOwnCallbackReportsAndReturns) {
+  const std::wstring file = MakePatternFile(L"data.bin", 64 * 1024);
+  AsyncFileReader reader;
+  ASSERT_EQ(Ostra::kSuccess, AsyncFileReader::Open(file, reader));
+  AlignedBuffer memory(reader.GetDiskSectorSize());
+  std::atomic<bool> waited{false};
+  OstraTest::ContinueDialogs dialogs;
+  OstraTest::Watchdog dog("a wait inside the reader's own callback", std::chrono::seconds(60));
+  reader.QueueReadRequest(
+      0, reader.GetDiskSectorSize(), memory.Get(),
+      [](const AsyncFileReader*, std::uint64_t, std::uint32_t, std::uint32_t, void*,
+         void* inReader, void* inWaited, void*, int) {
+        static_cast<AsyncFileReader*>(inReader)->WaitForPendingReads();
+        *static_cast<std::atomic<bool>*>(inWaited) = true;
+      },
+      &reader, &waited, nullptr);
+  reader.WaitForPendingReads();
+  EXPECT_TRUE(waited.load());
+  EXPECT_EQ(1u, dialogs.Seen().size());
 }
 
 // A read past the end gets the mapped end-of-file error; misaligned reads

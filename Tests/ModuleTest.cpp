@@ -10,7 +10,7 @@
 #include "Ostra/Language.h"
 #include "Ostra/Module.h"
 #include "SampleResourceIds.h"
-#include "Support/Dialogs.h"
+#include "strata/String.h"
 #include "strata/Utility.h"
 
 namespace {
@@ -169,38 +169,6 @@ TEST_F(ModuleTest, FirstResourceOfATypeFallsBackToTheVirtualLookupById) {
               }));
   }
   EXPECT_EQ((std::vector<UTF16String>{L"201 PAGES", L"301 #10"}), fallback.mRequests);
-}
-
-// The reported source and line are what reports of these sites are matched
-// by, so moving the checks in WinModule.cpp breaks this test on purpose.
-TEST(ModuleContracts, EmptyPathAndProcedureNameBreakTheInputContract) {
-  OstraTest::ContinueDialogs hook;
-  boost::shared_ptr<Module> module;
-  try {
-    Module::Load(UTF16String(), module);
-    ADD_FAILURE() << "no contract violation";
-  } catch (const strata::config::strata_exception& e) {
-    EXPECT_EQ("$$$/strata/utility/Error/Contract/InputContractViolation", e.GetKey());
-  }
-  EXPECT_FALSE(module);
-  EXPECT_EQ(Ostra::kSuccess, Module::Create(nullptr, module));
-  EXPECT_THROW(module->GetProcAddress(std::string()), strata::config::strata_exception);
-  const std::vector<strata::debug::DialogInfo> seen = hook.Seen();
-  ASSERT_EQ(2u, seen.size());
-  const struct {
-    const char* condition;
-    const char* function;
-    int line;
-  } expected[] = {{"!inModulePath.empty()", "Ostra::Module::Load", 70},
-                  {"!inProcName.empty()", "Ostra::Module::GetProcAddress", 170}};
-  for (int i = 0; i < 2; ++i) {
-    SCOPED_TRACE(expected[i].function);
-    EXPECT_EQ(strata::debug::DialogKind::kInputContract, seen[i].kind);
-    EXPECT_EQ(expected[i].condition, seen[i].condition);
-    EXPECT_EQ(expected[i].function, seen[i].function);
-    EXPECT_EQ("WinModule", seen[i].file);
-    EXPECT_EQ(expected[i].line, seen[i].line);
-  }
 }
 
 TEST(ModuleLoading, MissingModulesFailWithTheLoadersErrorAndLeakNothing) {

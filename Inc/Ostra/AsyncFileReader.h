@@ -13,14 +13,17 @@
 /// misaligned reads and the error reaches the callback.
 ///
 /// Threading: QueueReadRequest may be called from any thread, callbacks
-/// included. Open, Close and the destructor belong to the reader's owner
-/// and must not be called from one of its own callbacks.
+/// included. Open, WaitForPendingReads, Close and the destructor belong to
+/// the reader's owner and must not be called from one of its own callbacks.
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <set>
+#include <thread>
 
 #include <boost/shared_ptr.hpp>
 
@@ -83,78 +86,114 @@ struct CompletionFunctionParams {
   int mResult;
 };
 
-/// The requests one reader has queued and that have not completed yet, and
-/// the gate its waiters pass when the last of them leaves. Thread-safe; the
-/// mutex is never held while waiting and no other lock is taken under it.
+/// The requests one reader has queued that have not completed yet, the
+/// number of its callbacks queued or running, and the gate its waiters pass
+/// once both are zero. Thread-safe. The mutex is never held while waiting
+/// and no lock but the executor's is taken under it. Whoever makes the list
+/// idle takes the gate off it under the mutex and opens it afterwards
+/// through its own reference, and released waiters touch the list no more:
+/// a waiter may destroy the list as soon as it is released.
 template <class RequestType>
 class RequestBusyList {
  public:
-  RequestBusyList() : mWaiterCount(0) {}
+  RequestBusyList() : mCallbacks(0), mCallbackThread(std::thread::id()) {}
   RequestBusyList(const RequestBusyList&) = delete;
   RequestBusyList& operator=(const RequestBusyList&) = delete;
 
   void AddToBusyList(RequestType* inRequest) {
     strata::threads::RecursiveMutex::ScopedLock lock(mMutex);
-    // Contract reports keep a fixed line so that they read the same from
-    // one build to the next.
-    if (!(mBusyList.find(inRequest) == mBusyList.end()))
-      strata::debug::ContractViolation(strata::debug::DialogKind::kInputContract,
-                                       "mBusyList.find(inRequest) == mBusyList.end()",
-                                       STRATA_FUNCTION_SIGNATURE, "AsyncFileReader.h", 90);
+    STRATA_INPUT_CONTRACT_AT(mBusyList.find(inRequest) == mBusyList.end(),
+                             "mBusyList.find(inRequest) == mBusyList.end()", "AsyncFileReader",
+                             90);
     mBusyList.insert(inRequest);
   }
 
-  /// Erases inRequest; inBeforeRelease runs under the mutex after the erase
-  /// and before waiters are released, so whatever it hands on (the
-  /// request's callback) is visible to them once they pass the gate.
-  template <class Function>
-  void RemoveFromBusyList(RequestType* inRequest, const Function& inBeforeRelease) {
-    RemoveFromBusyList(&inRequest, 1, inBeforeRelease);
-  }
-
-  // As above for inCount requests at once, under one lock.
+  /// Erases inCount requests, then calls inHandOn under the mutex: it frees
+  /// the records and queues their callbacks, and returns how many callbacks
+  /// it queued. Those keep the list busy until CallbacksEnded, so a waiter
+  /// released later finds them run.
   template <class Function>
   void RemoveFromBusyList(RequestType* const* inRequests, std::size_t inCount,
-                          const Function& inBeforeRelease) {
-    strata::threads::RecursiveMutex::ScopedLock lock(mMutex);
-    for (std::size_t i = 0; i < inCount; ++i) {
-      RequestType* const inRequest = inRequests[i];
-      if (!(mBusyList.find(inRequest) != mBusyList.end()))
-        strata::debug::ContractViolation(strata::debug::DialogKind::kInputContract,
-                                         "mBusyList.find(inRequest) != mBusyList.end()",
-                                         STRATA_FUNCTION_SIGNATURE, "AsyncFileReader.h", 97);
-      mBusyList.erase(inRequest);
-    }
-    inBeforeRelease();
-    if (mBusyList.empty() && mGate) mGate->Open();
-  }
-
-  /// Returns when the list is empty; at once when it already is.
-  void WaitUntilEmpty() {
-    boost::shared_ptr<strata::threads::Gate> gate;
+                          const Function& inHandOn) {
+    GateRef release;
     {
       strata::threads::RecursiveMutex::ScopedLock lock(mMutex);
-      if (mBusyList.empty()) return;
-      if (!mGate) mGate.reset(new strata::threads::Gate(false));
-      gate = mGate;
-      ++mWaiterCount;
+      for (std::size_t i = 0; i < inCount; ++i) {
+        RequestType* const inRequest = inRequests[i];
+        STRATA_INPUT_CONTRACT_AT(mBusyList.find(inRequest) != mBusyList.end(),
+                                 "mBusyList.find(inRequest) != mBusyList.end()",
+                                 "AsyncFileReader", 97);
+        mBusyList.erase(inRequest);
+      }
+      mCallbacks += inHandOn();
+      release = TakeGateIfIdle();
     }
-    gate->PassThrough(-1);
-    strata::threads::RecursiveMutex::ScopedLock lock(mMutex);
-    // The last waiter drops the gate; the next wait makes a closed one.
-    if (--mWaiterCount == 0) mGate.reset();
+    if (release) release->Open();
   }
 
-  bool IsEmpty() {
-    strata::threads::RecursiveMutex::ScopedLock lock(mMutex);
-    return mBusyList.empty();
+  /// Bracket a run of inCount callbacks counted by RemoveFromBusyList, on
+  /// the thread that runs them. CallbacksEnded is the run's last touch of
+  /// the list: a waiter may destroy it once released.
+  ///@{
+  void CallbacksStarting() { mCallbackThread.store(std::this_thread::get_id()); }
+  void CallbacksEnded(std::uint32_t inCount) {
+    mCallbackThread.store(std::thread::id());
+    GateRef release;
+    {
+      strata::threads::RecursiveMutex::ScopedLock lock(mMutex);
+      mCallbacks -= inCount;
+      release = TakeGateIfIdle();
+    }
+    if (release) release->Open();
+  }
+  ///@}
+
+  /// Returns when no request is busy and no callback is queued or running;
+  /// at once when that holds already. One of the list's own callbacks
+  /// cannot wait for that (it is running itself): it gets an assertion and
+  /// returns at once.
+  void WaitUntilIdle() {
+    if (mCallbackThread.load() == std::this_thread::get_id()) {
+      STRATA_ASSERT_MSG(false, "A reader's callback waited for the reader's own reads.");
+      return;
+    }
+    for (;;) {
+      GateRef gate;
+      {
+        strata::threads::RecursiveMutex::ScopedLock lock(mMutex);
+        if (IsIdle()) return;
+        try {
+          if (!mGate) mGate.reset(new strata::threads::Gate(false));
+          gate = mGate;
+        } catch (const std::bad_alloc&) {
+          // Without a gate, look again shortly.
+        }
+      }
+      if (gate) {
+        gate->PassThrough(-1);
+        return;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
   }
 
  private:
+  typedef boost::shared_ptr<strata::threads::Gate> GateRef;
+
+  bool IsIdle() const { return mBusyList.empty() && mCallbacks == 0; }
+
+  // Under the mutex: the gate to open, when the list has become idle.
+  GateRef TakeGateIfIdle() {
+    GateRef gate;
+    if (IsIdle()) gate.swap(mGate);
+    return gate;
+  }
+
   strata::threads::RecursiveMutex mMutex;
-  boost::shared_ptr<strata::threads::Gate> mGate;  ///< only while somebody waits
-  std::uint32_t mWaiterCount;
-  std::set<RequestType*> mBusyList;  ///< ordered by address
+  GateRef mGate;              ///< only while somebody waits
+  std::uint32_t mCallbacks;  ///< queued on the reader's executor or running
+  std::atomic<std::thread::id> mCallbackThread;  ///< running the callbacks now, if any
+  std::set<RequestType*> mBusyList;              ///< ordered by address
 };
 
 /// A reader of one existing file. Not copyable; see the top of this header
@@ -184,12 +223,17 @@ class OSTRA_API AsyncFileReader {
                           CompletionFunction inCallback, void* inContext1, void* inContext2,
                           void* inContext3);
 
-  /// Returns when every read queued so far has completed and its callback
-  /// has run.
+  /// Returns when no read of this reader is busy and none of its callbacks
+  /// is queued or running: every read queued so far has completed and its
+  /// callback has run, and so have the reads that callbacks queued
+  /// meanwhile. From one of the reader's own callbacks it reports an
+  /// assertion and returns at once.
   void WaitForPendingReads();
 
   /// Waits as WaitForPendingReads, then closes the file; nothing when the
-  /// file is not open. A closed reader cannot be opened again.
+  /// file is not open. A read that a callback queues while Close waits
+  /// completes, and its callback runs, before Close returns; after that
+  /// nothing of this reader runs. A closed reader cannot be opened again.
   void Close();
 
   /// Bytes; a power of two found by Open (4096 when the volume reports none).

@@ -10,6 +10,10 @@
 #include <process.h>
 
 #include <exception>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <utility>
 #include <vector>
 
 #include "AsyncFileReaderPrivate.h"
@@ -19,21 +23,15 @@
 #include "ScopedHandle.h"
 #include "strata/Impl.h"
 
-// Contract reports of this file keep fixed line numbers, so that a report
-// reads the same whatever edits happen around the check.
-#define OSTRA_READER_CONTRACT(cond, text, line)                                                \
-  do {                                                                                         \
-    if (!(cond))                                                                               \
-      ::strata::debug::ContractViolation(::strata::debug::DialogKind::kInputContract, text,    \
-                                         STRATA_FUNCTION_SIGNATURE, "WinAsyncFileReader",      \
-                                         line);                                                \
-  } while (0)
-
 namespace Ostra {
 
 namespace {
 
 typedef AsyncReadRequest<OVERLAPPED> Request;
+typedef RequestBusyList<Request> BusyList;
+
+// Contract reports of this file name it so, with their documented lines.
+const char kContractSource[] = "WinAsyncFileReader";
 
 const std::uint32_t kRequestPoolSize = 2048;
 const std::uint32_t kRequestIndexMask = kRequestPoolSize - 1;
@@ -42,33 +40,36 @@ const DWORD kPoolFullRetryMs = 10;
 // Zero-initialised at load: every record free.
 Request sRequestPool[kRequestPoolSize];
 std::atomic<std::uint32_t> sNextRequest(0);
+// The file each taken record reads, by record index: the record's own
+// layout has no room for it.
+HANDLE sRequestFile[kRequestPoolSize];
+
+HANDLE& FileOf(const Request* inRequest) { return sRequestFile[inRequest - sRequestPool]; }
 
 Win::ScopedHandle sCompletionPort;
 Win::ScopedHandle sCompletionThread;
 strata::threads::ExecutorRef sReadExecutor;
 
-// Records waiting for the read thread, newest first: a stack that
-// QueueReadRequest pushes without a lock and the read thread takes whole.
-// A record's link and file handle sit beside the pool, by record index.
-struct QueuedRead {
-  Request* mNext;
-  HANDLE mFile;
-};
-QueuedRead sQueuedReads[kRequestPoolSize];
-std::atomic<Request*> sReadQueue(nullptr);
-
-QueuedRead& QueuedReadOf(const Request* inRequest) {
-  return sQueuedReads[inRequest - sRequestPool];
-}
+// Records waiting for the read thread, oldest first. The read thread swaps
+// the two lists under the mutex and issues from its own list outside it.
+// Only taken records wait, so a list with room for the whole pool never
+// overflows and queueing never allocates.
+std::mutex sReadQueueMutex;
+Request* sReadListA[kRequestPoolSize];
+Request* sReadListB[kRequestPoolSize];
+Request** sQueuedReads = sReadListA;  // guarded by sReadQueueMutex
+std::size_t sQueuedReadCount = 0;     // guarded by sReadQueueMutex
+Request** sIssuingReads = sReadListB;  // the read thread's
 
 // Most completions taken from the port in one call.
 const ULONG kCompletionBatch = 64;
 
-// Reads the read thread has handed to the system whose completions the
-// completion thread has not taken yet; it may lag behind the port, never
-// run ahead of it. The completion thread asks the port for no more than
-// this: where the system takes completions off one at a time, asking for
-// more than are there costs one more empty look each time.
+// Reads issued and not yet taken off the port: the most the port can hold.
+// The read thread counts each read just before issuing it, so the count is
+// never below what the port holds. The completion thread asks the port for
+// no more than this: where the system takes completions off one at a time,
+// asking for more than are there costs one more empty look each time,
+// which matters most with few reads in flight.
 std::atomic<long> sReadsOnTheirWay(0);
 
 // One callback to run, copied out of its record.
@@ -83,11 +84,31 @@ struct Completion {
   }
 };
 
-// Runs the callbacks of one reader's batch in order. Each runs once even
-// when one throws; the first exception then goes on to the executor's report.
-void RunCompletions(const std::vector<Completion>& inCompletions) {
+// The callbacks of one reader from one batch of completions. The busy list
+// counts them as outstanding until they have run; whoever claims the batch
+// first settles it: its run on the executor, or the completion thread when
+// posting the run failed (the callbacks are then dropped, not waited for).
+struct CallbackBatch {
+  explicit CallbackBatch(BusyList& inBusyList) : mBusyList(inBusyList) {}
+  std::uint32_t Count() const { return static_cast<std::uint32_t>(mCompletions.size()); }
+
+  BusyList& mBusyList;
+  std::vector<Completion> mCompletions;
+  std::atomic<bool> mClaimed{false};
+};
+
+// Runs a batch's callbacks in order. Each runs once even when one throws;
+// the first exception then goes on to the executor's report. However the
+// run ends, the busy list learns that the callbacks have run, last.
+void RunCallbacks(CallbackBatch& ioBatch) {
+  if (ioBatch.mClaimed.exchange(true)) return;
+  struct Ending {
+    CallbackBatch& mBatch;
+    ~Ending() { mBatch.mBusyList.CallbacksEnded(mBatch.Count()); }
+  } ending{ioBatch};
+  ioBatch.mBusyList.CallbacksStarting();
   std::exception_ptr failure;
-  for (const Completion& completion : inCompletions) {
+  for (const Completion& completion : ioBatch.mCompletions) {
     try {
       completion();
     } catch (...) {
@@ -97,34 +118,47 @@ void RunCompletions(const std::vector<Completion>& inCompletions) {
   if (failure) std::rethrow_exception(failure);
 }
 
-// Completes inCount records of one reader (one busy list): hands their
-// callbacks to the reader's executor as one task, in the order given, and
-// frees the records. The task is posted before the busy list can release a
-// waiter, so a waiter that then waits for the executor also waits for it.
+// Completes inCount records of one reader (one busy list): frees them and
+// hands their callbacks to the reader's executor as one run, in the order
+// given.
 void CompleteRequests(Request* const* inRequests, std::size_t inCount) {
-  strata::threads::Task call;
+  BusyList& busyList = *inRequests[0]->mBusyList;
   strata::threads::ExecutorRef executor;
-  std::vector<Completion> completions;
+  std::shared_ptr<CallbackBatch> batch;
   for (std::size_t i = 0; i < inCount; ++i) {
     const Request& request = *inRequests[i];
     if (!request.mCompletionFunction || !request.mExecutor) continue;
+    if (!batch) {
+      try {
+        batch = std::make_shared<CallbackBatch>(busyList);
+        batch->mCompletions.reserve(inCount - i);
+      } catch (const std::bad_alloc&) {
+        // Without memory for the callbacks the reads still complete, so
+        // that nobody waits for them.
+        batch.reset();
+        break;
+      }
+    }
     const CompletionFunctionParams params = {
         request.mReader,           request.mOffset,   request.mRequestedSize,
         request.mBytesTransferred, request.mBuffer,   request.mContext1,
         request.mContext2,         request.mContext3, request.mResult};
-    completions.push_back(Completion{request.mCompletionFunction, params});
+    batch->mCompletions.push_back(Completion{request.mCompletionFunction, params});
     executor = request.mExecutor;
   }
-  // A single callback, the common case under light load, goes without the
-  // vector's second allocation.
-  if (completions.size() == 1)
-    call = completions.front();
-  else if (!completions.empty())
-    call = [completions] { RunCompletions(completions); };
-  inRequests[0]->mBusyList->RemoveFromBusyList(inRequests, inCount, [&] {
+  busyList.RemoveFromBusyList(inRequests, inCount, [&]() -> std::uint32_t {
     // From here on the records may be claimed by any thread.
     for (std::size_t i = 0; i < inCount; ++i) inRequests[i]->mInUse.exchange(0);
-    if (call) executor->Post(std::move(call));
+    if (!batch) return 0;
+    // Posted under the busy list's mutex, so that runs reach the executor
+    // in the order their reads left the list.
+    try {
+      executor->Post([batch] { RunCallbacks(*batch); });
+    } catch (...) {
+      // Whether or not the run was queued, a claim settles it.
+      if (!batch->mClaimed.exchange(true)) return 0;
+    }
+    return batch->Count();
   });
 }
 
@@ -167,8 +201,7 @@ unsigned __stdcall CompletionLoop(void* inPort) {
       // The read's own status is in its overlapped structure; asking for
       // the overlapped result turns a failure into the system error.
       DWORD ignored = 0;
-      if (!::GetOverlappedResult(QueuedReadOf(request).mFile, &request->mOverlapped, &ignored,
-                                 FALSE))
+      if (!::GetOverlappedResult(FileOf(request), &request->mOverlapped, &ignored, FALSE))
         request->mResult = Win::SystemErrorToOstraResult(::GetLastError());
       request->mBytesTransferred = entries[i].dwNumberOfBytesTransferred;
       batch[requests++] = request;
@@ -183,44 +216,47 @@ unsigned __stdcall CompletionLoop(void* inPort) {
 // read the system refuses outright never reaches the port, so it completes
 // here with 0 bytes.
 void IssueQueuedReads() {
-  Request* newestFirst = sReadQueue.exchange(nullptr, std::memory_order_acquire);
-  Request* oldestFirst = nullptr;
-  while (newestFirst != nullptr) {
-    Request* next = QueuedReadOf(newestFirst).mNext;
-    QueuedReadOf(newestFirst).mNext = oldestFirst;
-    oldestFirst = newestFirst;
-    newestFirst = next;
+  std::size_t count = 0;
+  {
+    std::lock_guard<std::mutex> lock(sReadQueueMutex);
+    std::swap(sQueuedReads, sIssuingReads);
+    std::swap(sQueuedReadCount, count);
   }
-  while (oldestFirst != nullptr) {
-    Request* request = oldestFirst;
-    // Read before the read is issued: from then on the record may
-    // complete, be freed and be queued again.
-    oldestFirst = QueuedReadOf(request).mNext;
-    const BOOL done = ::ReadFile(QueuedReadOf(request).mFile, request->mBuffer,
-                                 request->mRequestedSize, nullptr, &request->mOverlapped);
+  for (std::size_t i = 0; i < count; ++i) {
+    Request* request = sIssuingReads[i];
+    sReadsOnTheirWay.fetch_add(1, std::memory_order_relaxed);
+    // Once issued, the record may complete, be freed and be taken again.
+    const BOOL done = ::ReadFile(FileOf(request), request->mBuffer, request->mRequestedSize,
+                                 nullptr, &request->mOverlapped);
     const DWORD error = done ? ERROR_SUCCESS : ::GetLastError();
-    if (done || error == ERROR_IO_PENDING) {
-      sReadsOnTheirWay.fetch_add(1, std::memory_order_relaxed);
-      continue;
-    }
+    if (done || error == ERROR_IO_PENDING) continue;
+    sReadsOnTheirWay.fetch_sub(1, std::memory_order_relaxed);
     request->mResult = Win::SystemErrorToOstraResult(error);
     request->mBytesTransferred = 0;
     CompleteRequests(&request, 1);
   }
 }
 
-// Hands a record to the read thread. Only the push that finds the queue
-// empty wakes the read thread: the reads pushed after it, until the read
+// Hands a record to the read thread. Only the record that finds the queue
+// empty wakes the read thread: those queued after it, until the read
 // thread takes the queue, go with the same wake-up.
-void QueueRead(Request* ioRequest, HANDLE inFile) {
-  QueuedRead& queued = QueuedReadOf(ioRequest);
-  queued.mFile = inFile;
-  Request* head = sReadQueue.load(std::memory_order_relaxed);
-  do {
-    queued.mNext = head;
-  } while (!sReadQueue.compare_exchange_weak(head, ioRequest, std::memory_order_release,
-                                             std::memory_order_relaxed));
-  if (head == nullptr) sReadExecutor->Post(&IssueQueuedReads);
+void QueueRead(Request* ioRequest) {
+  bool wake = false;
+  {
+    std::lock_guard<std::mutex> lock(sReadQueueMutex);
+    sQueuedReads[sQueuedReadCount++] = ioRequest;
+    wake = sQueuedReadCount == 1;
+  }
+  // Without the wake-up no later read would be issued either: retried
+  // until there is memory for it.
+  while (wake) {
+    try {
+      sReadExecutor->Post(&IssueQueuedReads);
+      wake = false;
+    } catch (const std::bad_alloc&) {
+      ::Sleep(kPoolFullRetryMs);
+    }
+  }
 }
 
 // Claims a free record, spreading concurrent claimers over the pool; waits
@@ -241,7 +277,7 @@ Request* ClaimRequest() {
 class AsyncFileReader::PrivateImpl : public strata::Impl {
  public:
   Win::ScopedHandle mFileHandle;
-  RequestBusyList<Request> mBusyList;
+  BusyList mBusyList;
   strata::threads::ExecutorRef mExecutor;  // empty until Open
 };
 
@@ -249,6 +285,8 @@ AsyncFileReader::AsyncFileReader() : mImpl(new PrivateImpl), mSectorSize(0) {}
 
 AsyncFileReader::~AsyncFileReader() {
   if (mImpl->mFileHandle.IsValid()) Close();
+  // Nothing may be left to touch the list once it is gone.
+  mImpl->mBusyList.WaitUntilIdle();
   delete mImpl;
 }
 
@@ -257,8 +295,8 @@ std::uint32_t AsyncFileReader::GetDiskSectorSize() const { return mSectorSize; }
 Result AsyncFileReader::QueueReadRequest(std::uint64_t inOffset, std::uint32_t inSize,
                                          void* inBuffer, CompletionFunction inCallback,
                                          void* inContext1, void* inContext2, void* inContext3) {
-  OSTRA_READER_CONTRACT(mImpl->mFileHandle.IsValid(),
-                        "mImpl->mFileHandle != INVALID_HANDLE_VALUE", 193);
+  STRATA_INPUT_CONTRACT_AT(mImpl->mFileHandle.IsValid(),
+                           "mImpl->mFileHandle != INVALID_HANDLE_VALUE", kContractSource, 193);
   Request* request = ClaimRequest();
   request->mOffset = inOffset;
   request->mRequestedSize = inSize;
@@ -277,20 +315,28 @@ Result AsyncFileReader::QueueReadRequest(std::uint64_t inOffset, std::uint32_t i
   request->mOverlapped.hEvent = nullptr;
   request->mOverlapped.Offset = static_cast<DWORD>(inOffset & 0xFFFFFFFFu);
   request->mOverlapped.OffsetHigh = static_cast<DWORD>(inOffset >> 32);
+  FileOf(request) = mImpl->mFileHandle.Get();
 
-  mImpl->mBusyList.AddToBusyList(request);
-  QueueRead(request, mImpl->mFileHandle.Get());
+  try {
+    mImpl->mBusyList.AddToBusyList(request);
+  } catch (...) {
+    request->mInUse.exchange(0);
+    throw;
+  }
+  QueueRead(request);
   return kSuccess;
 }
 
 Result AsyncFileReader::Open(const UTF16String& inPath,
                              AsyncFileReader& ioOpenedAsyncFileReader) {
-  OSTRA_READER_CONTRACT(sCompletionPort.IsValid(),
-                        "sCompletionPort != NULL && sCompletionPort != INVALID_HANDLE_VALUE", 239);
-  OSTRA_READER_CONTRACT(!ioOpenedAsyncFileReader.mImpl->mFileHandle.IsValid(),
-                        "ioOpenedAsyncFileReader.mImpl->mFileHandle == INVALID_HANDLE_VALUE", 240);
-  OSTRA_READER_CONTRACT(!ioOpenedAsyncFileReader.mImpl->mExecutor,
-                        "!ioOpenedAsyncFileReader.mImpl->mExecutor", 241);
+  STRATA_INPUT_CONTRACT_AT(sCompletionPort.IsValid(),
+                           "sCompletionPort != NULL && sCompletionPort != INVALID_HANDLE_VALUE",
+                           kContractSource, 239);
+  STRATA_INPUT_CONTRACT_AT(!ioOpenedAsyncFileReader.mImpl->mFileHandle.IsValid(),
+                           "ioOpenedAsyncFileReader.mImpl->mFileHandle == INVALID_HANDLE_VALUE",
+                           kContractSource, 240);
+  STRATA_INPUT_CONTRACT_AT(!ioOpenedAsyncFileReader.mImpl->mExecutor,
+                           "!ioOpenedAsyncFileReader.mImpl->mExecutor", kContractSource, 241);
   PrivateImpl& impl = *ioOpenedAsyncFileReader.mImpl;
 
   if (!PathUtils::ExistsOnDisk(inPath, false) || PathUtils::IsDirectory(inPath)) {
@@ -323,22 +369,23 @@ Result AsyncFileReader::Open(const UTF16String& inPath,
   return result;
 }
 
+// The busy list counts callbacks until they have run, so waiting for it
+// covers the executor too; reads that callbacks queue meanwhile keep it
+// busy, so once it is idle no callback is left to queue another.
 void AsyncFileReader::WaitForPendingReads() {
-  if (!mImpl) return;
-  mImpl->mBusyList.WaitUntilEmpty();
-  if (mImpl->mExecutor) mImpl->mExecutor->WaitForAll();
+  if (mImpl) mImpl->mBusyList.WaitUntilIdle();
 }
 
 void AsyncFileReader::Close() {
   if (!mImpl->mFileHandle.IsValid()) return;
-  mImpl->mBusyList.WaitUntilEmpty();
-  if (mImpl->mExecutor) mImpl->mExecutor->WaitForAll();
+  mImpl->mBusyList.WaitUntilIdle();
   mImpl->mFileHandle.Close();
   // The executor stays: a closed reader is not opened again.
 }
 
 void StartupAsyncFileOperations() {
-  OSTRA_READER_CONTRACT(!sCompletionPort.IsValid(), "sCompletionPort == NULL", 91);
+  STRATA_INPUT_CONTRACT_AT(!sCompletionPort.IsValid(), "sCompletionPort == NULL", kContractSource,
+                           91);
   // Reads left in flight by an earlier shut-down never reach the new port.
   sReadsOnTheirWay = 0;
   sCompletionPort.Reset(::CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 1));

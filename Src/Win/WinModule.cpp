@@ -13,6 +13,9 @@ namespace Ostra {
 
 namespace {
 
+// Contract reports of this file name it so, with their documented lines.
+const char kContractSource[] = "WinModule";
+
 const WORD kNeutralLanguage = MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL);
 const WORD kEnglishUS = MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US);
 static_assert(kNeutralLanguage == 0 && kEnglishUS == 1033, "language identifiers differ");
@@ -67,7 +70,7 @@ Module::~Module() {
 }
 
 Result Module::Load(const UTF16String& inModulePath, boost::shared_ptr<Module>& outModule) {
-  STRATA_INPUT_CONTRACT(!inModulePath.empty());
+  STRATA_INPUT_CONTRACT_AT(!inModulePath.empty(), "!inModulePath.empty()", kContractSource, 68);
   HMODULE module = ::LoadLibraryW(inModulePath.c_str());
   if (!module) return Win::SystemErrorToOstraResult(::GetLastError());
   try {
@@ -167,7 +170,7 @@ void Module::SetUnloadOnDestroy(bool inUnloadOnDestroy) {
 }
 
 Module::ProcPointer Module::GetProcAddress(const std::string& inProcName) const {
-  STRATA_INPUT_CONTRACT(!inProcName.empty());
+  STRATA_INPUT_CONTRACT_AT(!inProcName.empty(), "!inProcName.empty()", kContractSource, 168);
   // Through void (*)() so that the compiler accepts the change of type.
   return reinterpret_cast<ProcPointer>(
       reinterpret_cast<void (*)()>(::GetProcAddress(mImpl->mModule, inProcName.c_str())));

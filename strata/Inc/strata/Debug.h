@@ -206,15 +206,20 @@ class STRATA_API GlobalTimeMeasurement {
 #  define STRATA_FUNCTION_SIGNATURE __PRETTY_FUNCTION__
 #endif
 
-/// Preconditions and postconditions; a violation raises strata_exception.
-///@{
-#define STRATA_INPUT_CONTRACT(cond)                                                        \
+/// A precondition whose report names a fixed condition text, source file
+/// name and line instead of the compiler's, for checks whose reported site
+/// is documented and must read the same whatever edits move the check.
+#define STRATA_INPUT_CONTRACT_AT(cond, text, source, line)                                \
   do {                                                                                     \
     if (!(cond))                                                                           \
       ::strata::debug::ContractViolation(::strata::debug::DialogKind::kInputContract,      \
-                                         #cond, STRATA_FUNCTION_SIGNATURE, __FILE__,       \
-                                         __LINE__);                                        \
+                                         (text), STRATA_FUNCTION_SIGNATURE, (source),      \
+                                         (line));                                          \
   } while (0)
+
+/// Preconditions and postconditions; a violation raises strata_exception.
+///@{
+#define STRATA_INPUT_CONTRACT(cond) STRATA_INPUT_CONTRACT_AT(cond, #cond, __FILE__, __LINE__)
 #define STRATA_OUTPUT_CONTRACT(cond)                                                       \
   do {                                                                                     \
     if (!(cond))                                                                           \
