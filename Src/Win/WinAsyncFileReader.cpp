@@ -54,7 +54,7 @@ strata::threads::ExecutorRef sReadExecutor;
 // the two lists under the mutex and issues from its own list outside it.
 // Only taken records wait, so a list with room for the whole pool never
 // overflows and queueing never allocates.
-std::mutex sReadQueueMutex;
+strata::threads::Lock sReadQueueMutex;
 Request* sReadListA[kRequestPoolSize];
 Request* sReadListB[kRequestPoolSize];
 Request** sQueuedReads = sReadListA;  // guarded by sReadQueueMutex
@@ -84,31 +84,42 @@ struct Completion {
   }
 };
 
+// Calls inStep until memory for it can be had. A completion's callback
+// and the read thread's wake-up must never be lost (the host would wait for
+// them for ever), and the I/O threads have nothing better to do meanwhile.
+template <class Step>
+void RetryUntilMemory(Step inStep) {
+  for (;;) {
+    try {
+      inStep();
+      return;
+    } catch (const std::bad_alloc&) {
+      ::Sleep(kPoolFullRetryMs);
+    }
+  }
+}
+
 // The callbacks of one reader from one batch of completions. The busy list
-// counts them as outstanding until they have run; whoever claims the batch
-// first settles it: its run on the executor, or the completion thread when
-// posting the run failed (the callbacks are then dropped, not waited for).
+// counts them as outstanding until they have run.
 struct CallbackBatch {
   explicit CallbackBatch(BusyList& inBusyList) : mBusyList(inBusyList) {}
   std::uint32_t Count() const { return static_cast<std::uint32_t>(mCompletions.size()); }
 
   BusyList& mBusyList;
   std::vector<Completion> mCompletions;
-  std::atomic<bool> mClaimed{false};
 };
 
 // Runs a batch's callbacks in order. Each runs once even when one throws;
 // the first exception then goes on to the executor's report. However the
 // run ends, the busy list learns that the callbacks have run, last.
-void RunCallbacks(CallbackBatch& ioBatch) {
-  if (ioBatch.mClaimed.exchange(true)) return;
+void RunCallbacks(const CallbackBatch& inBatch) {
   struct Ending {
-    CallbackBatch& mBatch;
+    const CallbackBatch& mBatch;
     ~Ending() { mBatch.mBusyList.CallbacksEnded(mBatch.Count()); }
-  } ending{ioBatch};
-  ioBatch.mBusyList.CallbacksStarting();
+  } ending{inBatch};
+  inBatch.mBusyList.CallbacksStarting();
   std::exception_ptr failure;
-  for (const Completion& completion : ioBatch.mCompletions) {
+  for (const Completion& completion : inBatch.mCompletions) {
     try {
       completion();
     } catch (...) {
@@ -129,15 +140,10 @@ void CompleteRequests(Request* const* inRequests, std::size_t inCount) {
     const Request& request = *inRequests[i];
     if (!request.mCompletionFunction || !request.mExecutor) continue;
     if (!batch) {
-      try {
+      RetryUntilMemory([&] {
         batch = std::make_shared<CallbackBatch>(busyList);
         batch->mCompletions.reserve(inCount - i);
-      } catch (const std::bad_alloc&) {
-        // Without memory for the callbacks the reads still complete, so
-        // that nobody waits for them.
-        batch.reset();
-        break;
-      }
+      });
     }
     const CompletionFunctionParams params = {
         request.mReader,           request.mOffset,   request.mRequestedSize,
@@ -151,13 +157,9 @@ void CompleteRequests(Request* const* inRequests, std::size_t inCount) {
     for (std::size_t i = 0; i < inCount; ++i) inRequests[i]->mInUse.exchange(0);
     if (!batch) return 0;
     // Posted under the busy list's mutex, so that runs reach the executor
-    // in the order their reads left the list.
-    try {
-      executor->Post([batch] { RunCallbacks(*batch); });
-    } catch (...) {
-      // Whether or not the run was queued, a claim settles it.
-      if (!batch->mClaimed.exchange(true)) return 0;
-    }
+    // in the order their reads left the list. A Post that throws has queued
+    // nothing.
+    RetryUntilMemory([&] { executor->Post([batch] { RunCallbacks(*batch); }); });
     return batch->Count();
   });
 }
@@ -218,7 +220,7 @@ unsigned __stdcall CompletionLoop(void* inPort) {
 void IssueQueuedReads() {
   std::size_t count = 0;
   {
-    std::lock_guard<std::mutex> lock(sReadQueueMutex);
+    std::lock_guard<strata::threads::Lock> lock(sReadQueueMutex);
     std::swap(sQueuedReads, sIssuingReads);
     std::swap(sQueuedReadCount, count);
   }
@@ -243,20 +245,12 @@ void IssueQueuedReads() {
 void QueueRead(Request* ioRequest) {
   bool wake = false;
   {
-    std::lock_guard<std::mutex> lock(sReadQueueMutex);
+    std::lock_guard<strata::threads::Lock> lock(sReadQueueMutex);
     sQueuedReads[sQueuedReadCount++] = ioRequest;
     wake = sQueuedReadCount == 1;
   }
-  // Without the wake-up no later read would be issued either: retried
-  // until there is memory for it.
-  while (wake) {
-    try {
-      sReadExecutor->Post(&IssueQueuedReads);
-      wake = false;
-    } catch (const std::bad_alloc&) {
-      ::Sleep(kPoolFullRetryMs);
-    }
-  }
+  // Without the wake-up no later read would be issued either.
+  if (wake) RetryUntilMemory([] { sReadExecutor->Post(&IssueQueuedReads); });
 }
 
 // Claims a free record, spreading concurrent claimers over the pool; waits
@@ -392,10 +386,17 @@ void StartupAsyncFileOperations() {
   if (!sCompletionPort.IsValid()) return;
   sCompletionThread.Reset(reinterpret_cast<HANDLE>(
       ::_beginthreadex(nullptr, 0, &CompletionLoop, sCompletionPort.Get(), 0, nullptr)));
-  sReadExecutor = strata::threads::CreateAsyncThreadedExecutor(
-      "WinAsyncFileReader Async Read Thread", 1, strata::threads::ThreadPriority::kAboveNormal,
-      strata::threads::ThreadHook(), strata::threads::ThreadHook(),
-      strata::threads::ThreadAttributes());
+  try {
+    sReadExecutor = strata::threads::CreateAsyncThreadedExecutor(
+        "WinAsyncFileReader Async Read Thread", 1, strata::threads::ThreadPriority::kAboveNormal,
+        strata::threads::ThreadHook(), strata::threads::ThreadHook(),
+        strata::threads::ThreadAttributes());
+  } catch (const std::bad_alloc&) {
+    sReadExecutor.reset();
+  }
+  // Without either thread no read would ever complete: the port goes again,
+  // so that Open refuses instead of handing out a reader that hangs.
+  if (!sCompletionThread.IsValid() || !sReadExecutor) ShutdownAsyncFileOperations();
 }
 
 void ShutdownAsyncFileOperations() {
