@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -67,11 +68,15 @@ void ReadThroughAFileReadingAhead(const std::wstring& inFile, std::uint32_t inSi
     Ostra::File file;
     file.SetBufferSize(0x10000);
     file.SetReadAhead(4);
-    ASSERT_EQ(Ostra::kSuccess, Ostra::File::Open(inFile, Ostra::FileAccessFlags::kFileRead, file, false));
+    ASSERT_EQ(Ostra::kSuccess,
+              file.Create(inFile, Ostra::FileAccessFlags::kFileRead,
+                          Ostra::FileShareModeFlags::kShareRead,
+                          Ostra::FileCreateDispositionFlags::kOpenExisting,
+                          Ostra::FileAttributesFlags::kNormal, false));
     std::string data(inSize, '\0');
     std::uint32_t read = 0;
     for (std::uint32_t at = 0; at < inSize; at += read) {
-      ASSERT_EQ(Ostra::kSuccess, file.Read(&data[at], 0x3000, read));
+      ASSERT_EQ(Ostra::kSuccess, file.Read(&data[at], std::min(0x3000u, inSize - at), read));
       ASSERT_NE(0u, read);
     }
   }

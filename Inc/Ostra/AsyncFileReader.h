@@ -18,12 +18,10 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <new>
 #include <set>
-#include <thread>
 
 #include <boost/shared_ptr.hpp>
 
@@ -96,7 +94,7 @@ struct CompletionFunctionParams {
 template <class RequestType>
 class RequestBusyList {
  public:
-  RequestBusyList() : mCallbacks(0), mCallbackThread(std::thread::id()) {}
+  RequestBusyList() : mCallbacks(0), mCallbackThread(0) {}
   RequestBusyList(const RequestBusyList&) = delete;
   RequestBusyList& operator=(const RequestBusyList&) = delete;
 
@@ -135,9 +133,9 @@ class RequestBusyList {
   /// the thread that runs them. CallbacksEnded is the run's last touch of
   /// the list: a waiter may destroy it once released.
   ///@{
-  void CallbacksStarting() { mCallbackThread.store(std::this_thread::get_id()); }
+  void CallbacksStarting() { mCallbackThread.store(strata::threads::GetCurrentThreadNumber()); }
   void CallbacksEnded(std::uint32_t inCount) {
-    mCallbackThread.store(std::thread::id());
+    mCallbackThread.store(0);
     GateRef release;
     {
       strata::threads::RecursiveMutex::ScopedLock lock(mMutex);
@@ -153,7 +151,7 @@ class RequestBusyList {
   /// cannot wait for that (it is running itself): it gets an assertion and
   /// returns at once.
   void WaitUntilIdle() {
-    if (mCallbackThread.load() == std::this_thread::get_id()) {
+    if (mCallbackThread.load() == strata::threads::GetCurrentThreadNumber()) {
       STRATA_ASSERT_MSG(false, "A reader's callback waited for the reader's own reads.");
       return;
     }
@@ -173,7 +171,7 @@ class RequestBusyList {
         gate->PassThrough(-1);
         return;
       }
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      strata::threads::SleepFor(1);
     }
   }
 
@@ -192,7 +190,7 @@ class RequestBusyList {
   strata::threads::RecursiveMutex mMutex;
   GateRef mGate;              ///< only while somebody waits
   std::uint32_t mCallbacks;  ///< queued on the reader's executor or running
-  std::atomic<std::thread::id> mCallbackThread;  ///< running the callbacks now, if any
+  std::atomic<std::uint32_t> mCallbackThread;  ///< running the callbacks now, if any (0: none)
   std::set<RequestType*> mBusyList;              ///< ordered by address
 };
 

@@ -50,6 +50,8 @@ bool RecursiveMutex::TryLock() { return mImpl->mMutex.try_lock(); }
 void RecursiveMutex::Unlock() { mImpl->mMutex.unlock(); }
 #endif
 
+std::uint32_t GetCurrentThreadNumber() { return platform::GetCurrentThreadId(); }
+
 class Gate::PrivateImpl : public Impl {
  public:
   explicit PrivateImpl(bool inOpen) : mOpen(inOpen) {}

@@ -74,6 +74,21 @@ class STRATA_API Condition {
   void* mState = nullptr;  // the system condition's one word
 };
 
+/// The calling thread's identifier as the system knows it; never 0. Unlike
+/// std::this_thread::get_id, it makes no per-thread object of the C++
+/// runtime's thread library (which, for a thread the library did not start,
+/// costs handles that outlive the thread).
+STRATA_API std::uint32_t GetCurrentThreadNumber();
+
+/// Lets the calling thread wait inMilliseconds; allocates nothing, so it
+/// serves for waiting out a shortage of memory.
+inline void SleepFor(std::uint32_t inMilliseconds) {
+  Lock lock;
+  Condition never;
+  std::unique_lock<Lock> held(lock);
+  never.WaitFor(held, inMilliseconds, [] { return false; });
+}
+
 /// A mutex that the owning thread may lock again; it is released when each
 /// Lock has been matched by an Unlock.
 class STRATA_API RecursiveMutex {
