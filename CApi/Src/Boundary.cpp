@@ -24,13 +24,15 @@ struct LastError {
 };
 thread_local LastError tLastError;
 
-void AppendLastError(const char* inText) noexcept {
-  for (; *inText && tLastError.mLength < LastError::kCapacity; ++inText)
-    tLastError.mText[tLastError.mLength++] = static_cast<unsigned char>(*inText);
-}
-void AppendLastError(const wchar_t* inText, std::size_t inLength) noexcept {
+// Code units as they stand: bytes of ASCII text, or UTF-16 units.
+template <class Char>
+void AppendLastError(const Char* inText, std::size_t inLength) noexcept {
   for (std::size_t i = 0; i < inLength && tLastError.mLength < LastError::kCapacity; ++i)
-    tLastError.mText[tLastError.mLength++] = static_cast<uint16_t>(inText[i]);
+    tLastError.mText[tLastError.mLength++] =
+        static_cast<uint16_t>(static_cast<std::make_unsigned_t<Char>>(inText[i]));
+}
+void AppendLastError(const char* inText) noexcept {
+  AppendLastError(inText, std::strlen(inText));
 }
 void StartLastError(const char* inFunction) noexcept {
   tLastError.mLength = 0;

@@ -46,15 +46,6 @@ UTF16String Wide(const strata::utility::ImmutableString& inText) {
 
 Ostra::AutomationDataCollector& Collector() { return *Ostra::AutomationDataCollector::Instance(); }
 
-void SetPairs(std::vector<UTF16String>& outItems,
-              const std::vector<Ostra::AutomationDataCollector::ResultPair>& inPairs) {
-  outItems.clear();
-  for (const auto& pair : inPairs) {
-    outItems.push_back(pair.first);
-    outItems.push_back(pair.second);
-  }
-}
-
 }  // namespace
 
 extern "C" {
@@ -187,9 +178,12 @@ OSTRA_C_API ostra_result ostra_automation_get_results(const uint16_t* key,
     std::vector<UTF16String>& items = Use(out_names_and_values).mItems;
     const Ostra::AutomationDataCollector::Collection collection = Collector().GetCollection();
     const auto found = collection.find(OSTRA_C_TEXT(key));
-    SetPairs(items, found == collection.end()
-                        ? std::vector<Ostra::AutomationDataCollector::ResultPair>()
-                        : found->second);
+    items.clear();
+    if (found == collection.end()) return;
+    for (const auto& pair : found->second) {
+      items.push_back(pair.first);
+      items.push_back(pair.second);
+    }
   });
 }
 

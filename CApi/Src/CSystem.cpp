@@ -50,6 +50,21 @@ ostra_result Resource(const char* inFunction, Lookup inLookup, const void** outD
   });
 }
 
+// A lookup by resource name and type, one of three members of Module.
+typedef void* (Ostra::Module::*NamedLookup)(const wchar_t*, const wchar_t*, int&) const;
+ostra_result NamedResource(const char* inFunction, NamedLookup inLookup,
+                           const ostra_module* inModule, const uint16_t* inName,
+                           const uint16_t* inType, const void** outData, int32_t* outSize) {
+  return Resource(
+      inFunction,
+      [&](int& outFoundSize) {
+        const Ostra::Module& module = *Use(inModule).mModule;
+        return (module.*inLookup)(WideArg(inName, "name is null"), WideArg(inType, "type is null"),
+                                  outFoundSize);
+      },
+      outData, outSize);
+}
+
 }  // namespace
 
 extern "C" {
@@ -341,13 +356,8 @@ OSTRA_C_API ostra_result ostra_module_find_localized_resource(const ostra_module
                                                               const uint16_t* type,
                                                               const void** out_data,
                                                               int32_t* out_size) {
-  return Resource(
-      __func__,
-      [&](int& outSize) {
-        return Use(module).mModule->FindLocalizedResource(
-            WideArg(name, "name is null"), WideArg(type, "type is null"), outSize);
-      },
-      out_data, out_size);
+  return NamedResource(__func__, &Ostra::Module::FindLocalizedResource, module, name, type,
+                       out_data, out_size);
 }
 
 OSTRA_C_API ostra_result ostra_module_find_non_localized_resource(const ostra_module* module,
@@ -355,26 +365,15 @@ OSTRA_C_API ostra_result ostra_module_find_non_localized_resource(const ostra_mo
                                                                   const uint16_t* type,
                                                                   const void** out_data,
                                                                   int32_t* out_size) {
-  return Resource(
-      __func__,
-      [&](int& outSize) {
-        return Use(module).mModule->FindNonLocalizedResource(
-            WideArg(name, "name is null"), WideArg(type, "type is null"), outSize);
-      },
-      out_data, out_size);
+  return NamedResource(__func__, &Ostra::Module::FindNonLocalizedResource, module, name, type,
+                       out_data, out_size);
 }
 
 OSTRA_C_API ostra_result ostra_module_load_resource(const ostra_module* module,
                                                     const uint16_t* name, const uint16_t* type,
                                                     const void** out_data, int32_t* out_size) {
-  return Resource(
-      __func__,
-      [&](int& outSize) {
-        const Ostra::Module& loaded = *Use(module).mModule;
-        return loaded.LoadResource(WideArg(name, "name is null"), WideArg(type, "type is null"),
-                                   outSize);
-      },
-      out_data, out_size);
+  return NamedResource(__func__, static_cast<NamedLookup>(&Ostra::Module::LoadResource), module,
+                       name, type, out_data, out_size);
 }
 
 OSTRA_C_API ostra_result ostra_module_load_resource_by_id(ostra_module* module, int16_t id,

@@ -9,8 +9,7 @@
 /// else takes no lock and belongs to one thread at a time (the automation
 /// driver's).
 ///
-/// Failures: nothing fails but an allocation, which throws std::bad_alloc
-/// and leaves the collection as it was.
+/// Failures: nothing fails but an allocation, which throws std::bad_alloc.
 #pragma once
 
 #include <map>

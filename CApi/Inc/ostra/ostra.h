@@ -54,8 +54,10 @@
  *   ::ostra_string_list the caller made; the call replaces its contents.
  * - **Handles** are opaque pointers made by `ostra_<kind>_new` (or a
  *   function named for how it makes one) and released by
- *   `ostra_<kind>_destroy`, which accepts null. A handle must not be used
- *   after it is destroyed, nor destroyed while another thread uses it.
+ *   `ostra_<kind>_destroy`, which accepts null. Handles are looked up,
+ *   never trusted: a destroyed one is refused as long as no new handle of
+ *   its kind has taken its address. A handle must not be destroyed while
+ *   another thread uses it.
  * - **Integers** have stated widths; truth values are `int32_t`, 0 for
  *   false and 1 for true (any non-zero value counts as true on input);
  *   flags and enumerations are plain integers with the `OSTRA_` macros
@@ -894,13 +896,14 @@ OSTRA_C_API ostra_result ostra_async_reader_destroy(ostra_async_reader* reader);
 /** Opens an existing file for unbuffered reading into a reader that was
  * never opened: -1 for a missing path, a directory or a file the system
  * refuses (the reader may be opened again); otherwise the result of finding
- * the volume's sector size. Needs the library initialised. */
+ * the volume's sector size. ::OSTRA_E_CONTRACT_VIOLATION for a reader
+ * opened before, and before ostra_initialize(). */
 OSTRA_C_API ostra_result ostra_async_reader_open(ostra_async_reader* reader,
                                                  const uint16_t* path);
 /** Queues a read of `size` bytes at `offset` into `buffer` and returns at
  * once; `callback` (may be null) runs when it has finished. Blocks, in
- * steps of 10 ms, while 2048 reads are outstanding in the process. The
- * reader must be open. */
+ * steps of 10 ms, while 2048 reads are outstanding in the process. A
+ * reader that is not open gives ::OSTRA_E_CONTRACT_VIOLATION. */
 OSTRA_C_API ostra_result ostra_async_reader_queue_read(ostra_async_reader* reader,
                                                        uint64_t offset, uint32_t size,
                                                        void* buffer,
@@ -947,7 +950,7 @@ OSTRA_C_API ostra_result ostra_async_reader_get_sector_size(const ostra_async_re
 /** A registry key; ostra_registry_key_new() makes a closed one. */
 typedef struct ostra_registry_key ostra_registry_key;
 
-/** \name Roots */
+/** \name Roots; any value but 1 opens under HKEY_CURRENT_USER */
 /**@{*/
 #define OSTRA_REGISTRY_ROOT_USER 0         /**< HKEY_CURRENT_USER */
 #define OSTRA_REGISTRY_ROOT_APPLICATION 1  /**< HKEY_LOCAL_MACHINE */
@@ -1349,7 +1352,7 @@ OSTRA_C_API ostra_result ostra_color_make_rgb_web_safe(uint8_t red, uint8_t gree
  * gives time zero, a rate that is not valid empty text.
  * @{ */
 
-/** Milliseconds since the library was loaded, of the clock reading. */
+/** The clock reading now: a stamp, in clock ticks (milliseconds). */
 OSTRA_C_API ostra_result ostra_time_stamp_now(double* out_clock_reading);
 /** The clock reading taken when the library was loaded. */
 OSTRA_C_API ostra_result ostra_time_stamp_start(double* out_clock_reading);
