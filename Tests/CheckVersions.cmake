@@ -3,7 +3,7 @@
 # cmake -DWINDRES=<windres> -DVERSION=<x.y.z> -DCONFIG_VERSION=<file>
 #       -DDLL_DIR=<folder of the DLLs> -P CheckVersions.cmake
 string(REPLACE "." ", " numbers "${VERSION}")
-foreach(name strata stratamedia OstraFoundation)
+foreach(name strata stratamedia OstraFoundation OstraFoundationC)
   set(dll ${DLL_DIR}/${name}.dll)
   execute_process(COMMAND ${WINDRES} -i ${dll} -O rc
                   OUTPUT_VARIABLE rc ERROR_VARIABLE error RESULT_VARIABLE failed)

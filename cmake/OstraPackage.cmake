@@ -1,10 +1,11 @@
 # Install rules: stripped DLLs and the MinGW runtime in bin/ with their debug
-# information beside them, import libraries in lib/, headers in
-# include/{Ostra,strata,stratamedia}, the Boost headers those need in
+# information beside them, GNU import libraries in lib/ and the C
+# interface's MSVC-style one in lib/msvc/, headers in
+# include/{Ostra,strata,stratamedia,ostra}, the Boost headers those need in
 # include/ostra-boost, a CMake package (find_package(OstraFoundation CONFIG),
-# target Ostra::OstraFoundation), a pkg-config file, the licences and the
-# changelog. Nothing installed links or points outside the prefix, so the
-# tree can be moved.
+# targets Ostra::OstraFoundation and Ostra::OstraFoundationC), a pkg-config
+# file, the licences and the changelog. Nothing installed links or points
+# outside the prefix, so the tree can be moved.
 include(CMakePackageConfigHelpers)
 
 set(OSTRA_LIBRARIES strata stratamedia OstraFoundation)
@@ -13,6 +14,13 @@ install(TARGETS ${OSTRA_LIBRARIES} ostra_boost
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+# The C interface is not in the exported targets: the package config makes
+# Ostra::OstraFoundationC itself, with the import library the host's linker reads.
+install(TARGETS OstraFoundationC
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES ${OSTRA_C_MSVC_IMPORT_LIBRARY} DESTINATION ${CMAKE_INSTALL_LIBDIR}/msvc)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/CApi/Inc/ostra DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/Inc/Ostra DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/strata/Inc/strata DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/stratamedia/Inc/stratamedia DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
@@ -50,7 +58,7 @@ install(FILES ${CMAKE_CURRENT_LIST_DIR}/BoostLicense_1_0.txt
 # beside it, found by debuggers through the DLL's debug link. Made from the
 # built file each time, so installing twice never strips a stripped copy.
 set(dlls "")
-foreach(dll ${OSTRA_LIBRARIES} ${OSTRA_MINGW_RUNTIME_DLLS})
+foreach(dll ${OSTRA_LIBRARIES} OstraFoundationC ${OSTRA_MINGW_RUNTIME_DLLS})
   if(TARGET ${dll})
     set(dll $<TARGET_FILE:${dll}>)
   endif()
@@ -77,7 +85,8 @@ install(EXPORT OstraFoundationTargets NAMESPACE Ostra:: DESTINATION ${OSTRA_CMAK
 string(REGEX MATCH "^[0-9]+" OSTRA_CXX_COMPILER_MAJOR "${CMAKE_CXX_COMPILER_VERSION}")
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/OstraFoundationConfig.cmake.in
   ${CMAKE_BINARY_DIR}/OstraFoundationConfig.cmake INSTALL_DESTINATION ${OSTRA_CMAKE_DIR}
-  PATH_VARS CMAKE_INSTALL_BINDIR OSTRA_BOOST_INSTALL_INCLUDE)
+  PATH_VARS CMAKE_INSTALL_BINDIR CMAKE_INSTALL_LIBDIR CMAKE_INSTALL_INCLUDEDIR
+            OSTRA_BOOST_INSTALL_INCLUDE)
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/OstraFoundationConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/OstraFoundationConfig.cmake

@@ -1,20 +1,7 @@
 /// \file
-/// Unbuffered, overlapped reads of one file without blocking the caller.
-///
-/// The process shares one I/O completion port, one completion thread, one
-/// read thread and a fixed pool of 2048 request records; they exist between
-/// StartupAsyncFileOperations and ShutdownAsyncFileOperations (the library's
-/// Initialize and Terminate call them). Each reader runs its completion
-/// callbacks one at a time, in completion order, on its own serial view of
-/// the CPU pool, never on the caller's thread nor on the I/O threads.
-///
-/// Offsets, sizes and buffer addresses must be multiples of
-/// GetDiskSectorSize(); the reader does not check this, the system fails
-/// misaligned reads and the error reaches the callback.
-///
-/// Threading: QueueReadRequest may be called from any thread, callbacks
-/// included. Open, WaitForPendingReads, Close and the destructor belong to
-/// the reader's owner and must not be called from one of its own callbacks.
+/// Unbuffered, overlapped reads of one file without blocking the caller
+/// (Ostra::AsyncFileReader), and the process-wide start and stop of the
+/// machinery behind them.
 #pragma once
 
 #include <atomic>
@@ -194,8 +181,28 @@ class RequestBusyList {
   std::set<RequestType*> mBusyList;              ///< ordered by address
 };
 
-/// A reader of one existing file. Not copyable; see the top of this header
-/// for the threading rules.
+/// A reader of one existing file: unbuffered, overlapped reads that do not
+/// block the caller. Not copyable.
+///
+/// The process shares one I/O completion port, one completion thread, one
+/// read thread and a fixed pool of 2048 request records; they exist between
+/// StartupAsyncFileOperations and ShutdownAsyncFileOperations (the library's
+/// Initialize and Terminate call them). Offsets, sizes and buffer addresses
+/// must be multiples of GetDiskSectorSize(); the reader does not check this.
+///
+/// Threading: QueueReadRequest may be called from any thread, callbacks
+/// included. Each reader runs its completion callbacks one at a time, in
+/// completion order, on its own serial view of the CPU pool, never on the
+/// caller's thread nor on the I/O threads. Open, WaitForPendingReads,
+/// Close and the destructor belong to the reader's owner and must not be
+/// called from one of its own callbacks.
+///
+/// Failures: Open returns -1 for a file it cannot open. A read's failure
+/// (a misaligned read among them) reaches its callback as a mapped system
+/// error, with 0 bytes when the read never started; QueueReadRequest itself
+/// never fails. Misuse (queueing on a closed reader, opening one twice,
+/// opening before the library is initialised) breaks a contract, which
+/// throws.
 class OSTRA_API AsyncFileReader {
  public:
   typedef AsyncReadCompletionFunction CompletionFunction;  ///< the callback's type

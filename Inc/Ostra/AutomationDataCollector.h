@@ -8,6 +8,8 @@
 /// Threading: only the creation in Instance() is thread-safe. Everything
 /// else takes no lock and belongs to one thread at a time (the automation
 /// driver's).
+///
+/// Failures: nothing fails but an allocation, which throws std::bad_alloc.
 #pragma once
 
 #include <map>

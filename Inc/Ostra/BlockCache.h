@@ -1,45 +1,5 @@
 /// \file
-/// The library's own block cache: a file-buffer factory a host installs in
-/// one line instead of writing its own,
-///
-/// ```
-///   Ostra::Foundation::SetFileBufferFactory(Ostra::BlockCache::Create(256u << 20));
-/// ```
-///
-/// One BlockCache is one pool of blocks under a byte budget, shared by every
-/// File it serves; a host normally installs one for the whole process and
-/// keeps a reference to read its statistics or change its budget.
-///
-/// Blocks are kept per version of a file: its path, last-write time and
-/// size as the File reports them when it opens (IFileBuffer::SetFile), and,
-/// from the library's own File, the volume, the file's id and its change
-/// time, which every write and every setting of the times moves. Two Files
-/// on the same unchanged file share blocks, also after a reopen; a changed
-/// file is a new version and never sees the old one's blocks (they age
-/// out). A version last written or changed less than 2 s before the File
-/// opened it (the step of FAT's write times) may yet have a successor with
-/// the same stamps: its blocks serve that File alone and go when it closes.
-/// What remains unseen is a same-size rewrite that sets the write time
-/// back on a file system that keeps no change time (FAT, exFAT); a host's
-/// own cache, told only path, write time and size, cannot see one that
-/// keeps the write time on any file system. Paths are
-/// compared as given, so two spellings of one path do not share. When the
-/// pool holds more than its budget, the least recently used unpinned blocks
-/// go first. Pinned blocks are never evicted, so the pool exceeds the budget
-/// only by blocks pinned when it was reached; a block that does not fit
-/// beside them is not kept at all.
-///
-/// Threading: every member, and every operation of the buffers it makes,
-/// may be called from any thread at any time. One lock guards the pool, held
-/// only to look a block up or file it, never while one is copied or read.
-/// Buffers keep the pool alive after the last reference to the BlockCache
-/// itself is gone.
-///
-/// Failures: nothing here throws or reports one. A block that cannot be
-/// kept (no memory, no room beside pinned blocks) is simply not cached;
-/// GetBlock then misses and the File reads the block from disk again. A pin
-/// that cannot be recorded is not made; a version that cannot be shared
-/// for want of memory keeps its blocks for its File alone.
+/// The library's own block cache (Ostra::BlockCache) and its statistics.
 #pragma once
 
 #include <cstdint>
@@ -73,7 +33,47 @@ struct BlockCacheStatistics {
   }
 };
 
-/// A pool of file blocks under a byte budget; see the file comment.
+/// The library's own block cache: a file-buffer factory a host installs in
+/// one line instead of writing its own,
+///
+/// ```
+///   Ostra::Foundation::SetFileBufferFactory(Ostra::BlockCache::Create(256u << 20));
+/// ```
+///
+/// One BlockCache is one pool of blocks under a byte budget, shared by every
+/// File it serves; a host normally installs one for the whole process and
+/// keeps a reference to read its statistics or change its budget.
+///
+/// Blocks are kept per version of a file: its path, last-write time and
+/// size as the File reports them when it opens (IFileBuffer::SetFile), and,
+/// from the library's own File, the volume, the file's id and its change
+/// time, which every write and every setting of the times moves. Two Files
+/// on the same unchanged file share blocks, also after a reopen; a changed
+/// file is a new version and never sees the old one's blocks (they age
+/// out). A version last written or changed less than 2 s before the File
+/// opened it (the step of FAT's write times) may yet have a successor with
+/// the same stamps: its blocks serve that File alone and go when it closes.
+/// What remains unseen is a same-size rewrite that sets the write time
+/// back on a file system that keeps no change time (FAT, exFAT); a host's
+/// own cache, told only path, write time and size, cannot see one that
+/// keeps the write time on any file system. Paths are compared as given,
+/// so two spellings of one path do not share. When the pool holds more
+/// than its budget, the least recently used unpinned blocks go first.
+/// Pinned blocks are never evicted, so the pool exceeds the budget only by
+/// blocks pinned when it was reached; a block that does not fit beside
+/// them is not kept at all.
+///
+/// Threading: every member, and every operation of the buffers it makes,
+/// may be called from any thread at any time. One lock guards the pool, held
+/// only to look a block up or file it, never while one is copied or read.
+/// Buffers keep the pool alive after the last reference to the BlockCache
+/// itself is gone.
+///
+/// Failures: nothing here throws or reports one. A block that cannot be
+/// kept (no memory, no room beside pinned blocks) is simply not cached;
+/// GetBlock then misses and the File reads the block from disk again. A pin
+/// that cannot be recorded is not made; a version that cannot be shared
+/// for want of memory keeps its blocks for its File alone.
 class OSTRA_API BlockCache : public IFileBufferFactory {
  public:
   /// A new, empty pool that holds at most inByteBudget bytes of blocks
@@ -98,7 +98,7 @@ class OSTRA_API BlockCache : public IFileBufferFactory {
   /// Evicts every unpinned block.
   void Clear() noexcept;
 
-  class PrivateImpl;  ///< the pool's hidden state
+  class PrivateImpl;  // the pool's hidden state
 
  protected:
   /// Made by Create only: the cache lives by its reference count.

@@ -1,15 +1,7 @@
 /// \file
 /// Directories: a small value naming an existing directory, with listings
-/// of what it contains, and static operations on directories by path
-/// (create, delete, copy, move, tree copy).
-///
-/// A Directory keeps its path exactly as given. Listings walk the tree with
-/// the system's find calls in post-order (a directory after its contents),
-/// honour a limit counted over every level, and stop as soon as the cancel
-/// function returns true; a directory that disappears during a listing
-/// throws eDirectoryNoLongerValid. The static operations return Result codes
-/// and never throw. No locking: distinct objects may be used on different
-/// threads, and two listings of one directory may run at once.
+/// of what it contains, static operations on directories by path (create,
+/// delete, copy, move, tree copy), and the two exceptions of the listings.
 #pragma once
 
 #include <memory>
@@ -24,6 +16,11 @@ namespace Ostra {
 
 /// Thrown by Directory::ConstructDirectory for a path that is not an
 /// existing directory.
+///
+/// Its message is "Directory object cannot construct with this path." It
+/// is a plain value, raised on the thread that made the call and safe to
+/// copy to another; catch it as strata::config::strata_exception or
+/// std::runtime_error.
 class OSTRA_API eNotADirectoryPath : public strata::config::strata_exception {
  public:
   eNotADirectoryPath();
@@ -31,12 +28,31 @@ class OSTRA_API eNotADirectoryPath : public strata::config::strata_exception {
 
 /// Thrown by the listings and IsDirectoryEmpty once the directory (or,
 /// during a recursive listing, one of its subdirectories) is gone.
+///
+/// Its message is "Directory no longer exists."; the entries found before
+/// it was raised are lost with the listing. Raised on the thread that made
+/// the call; a plain value, safe to copy to another thread.
 class OSTRA_API eDirectoryNoLongerValid : public strata::config::strata_exception {
  public:
   eDirectoryNoLongerValid();
 };
 
-/// An existing directory by its path, as given.
+/// An existing directory by its path, as given, with listings of what it
+/// contains; the static members work on directories by path.
+///
+/// A Directory keeps its path exactly as given. Listings walk the tree with
+/// the system's find calls in post-order (a directory after its contents),
+/// honour a limit counted over every level, and stop as soon as the cancel
+/// function returns true.
+///
+/// Threading: no locking. Distinct objects may be used on different
+/// threads, two listings of one directory may run at once, and the cancel
+/// function runs on the listing's thread.
+///
+/// Failures: ConstructDirectory throws eNotADirectoryPath; the listings and
+/// IsDirectoryEmpty throw eDirectoryNoLongerValid once the directory, or
+/// one below it during a recursive listing, is gone. The static operations
+/// return Result codes and never throw.
 class OSTRA_API Directory {
  public:
   /// Returns true to stop a listing; the entries found so far are kept.

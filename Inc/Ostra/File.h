@@ -1,17 +1,6 @@
 /// \file
 /// Files: the buffered File object, the shared File that several threads
-/// read at once, and the operations on files by path.
-///
-/// A File owns one open Windows file handle. A File opened for reading
-/// only (and not shared with writers, unless kAllowCaching says so) is
-/// served block by block from the host's block cache when a factory is
-/// installed (Foundation::SetFileBufferFactory); every other File goes
-/// straight to the handle. A File is not thread-safe: one thread uses it at
-/// a time. SharedFile::ReadAt may be called from several threads at once.
-///
-/// Operations return Result codes and never throw on a Windows failure. An
-/// operation on a File that is not open shows a once-only assertion and
-/// returns eFileNotFound (queries returning a value give 0).
+/// read at once, the operations on files by path, and the flags they take.
 #pragma once
 
 #include <cstdint>
@@ -88,7 +77,23 @@ inline FileAttributesFlags::Type operator|(FileAttributesFlags::Type inA,
 /// not a number for an empty file); return false to cancel the copy.
 typedef bool (*FileCopyProgressCallback)(float inFraction, void* inUserData);
 
-/// A file opened by path, read through the block cache where it can be.
+/// A file opened by path, read through the block cache where it can be; the
+/// static members work on files by path.
+///
+/// A File owns one open Windows file handle. A File opened for reading
+/// only (and not shared with writers, unless kAllowCaching says so) is
+/// served block by block from the host's block cache when a factory is
+/// installed (Foundation::SetFileBufferFactory); every other File goes
+/// straight to the handle.
+///
+/// Threading: a File is not thread-safe: one thread uses it at a time
+/// (SharedFile::ReadAt excepted). The static members are thread-safe.
+///
+/// Failures: operations return Result codes and never throw on a Windows
+/// failure. An operation on a File that is not open shows a once-only
+/// assertion and returns eFileNotFound (queries returning a value give 0);
+/// Create on an open File breaks its contract, which throws. Whatever the
+/// host's cache throws leaves the call that made it.
 class OSTRA_API File {
  public:
   File();  ///< not open
@@ -210,8 +215,15 @@ class OSTRA_API File {
 /// A File that several threads may read at once with ReadAt, which neither
 /// uses nor moves a cached File's position (for an uncached File, Windows
 /// itself moves the pointer of the synchronous handle to the read's end).
-/// The other operations keep the File's rule: one thread at a time, and not
-/// while ReadAt calls are running.
+///
+/// Threading: ReadAt may run on several threads at once; the host's cache
+/// then sees concurrent GetBlock, AddBlock and pinning calls. The other
+/// operations keep the File's rule: one thread at a time, and not while
+/// ReadAt calls are running.
+///
+/// Failures: as File's; ReadAt fails with the mapped system error of a
+/// failed read and with eUnknown for a negative offset, and reads past the
+/// end succeed with nothing read.
 class OSTRA_API SharedFile : public File {
  public:
   SharedFile();

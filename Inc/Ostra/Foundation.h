@@ -23,7 +23,18 @@ namespace Ostra {
 /// A shared block: page-aligned memory of exactly the File's block size.
 typedef strata::allocator::RecycledMemoryRef SharedBlock;
 
-/// The cache of one open file.
+/// The cache of one open file, implemented by the host: the File hands it
+/// the blocks it reads and asks it for blocks before reading them itself.
+///
+/// Threading: a File calls its buffer only on the threads that call the
+/// File, one call at a time, except that SharedFile::ReadAt on several
+/// threads makes concurrent GetBlock, AddBlock and pinning calls, which the
+/// buffer must then accept. Nothing of the library calls it after the
+/// File's Close.
+///
+/// Failures: a negative result of GetBlock is a miss, not an error; the
+/// File then reads the block from disk. An exception the buffer throws
+/// leaves the File call that made it.
 class IFileBuffer : public strata::classref::IRefCounted {
  public:
   /// Which file, and which version of it (FILETIME of the last write, size
@@ -40,7 +51,17 @@ class IFileBuffer : public strata::classref::IRefCounted {
   virtual void PinBlock(std::uint64_t inOffset, std::uint32_t inSize) = 0;
 };
 
-/// Makes a buffer for each File opened for cached reading.
+/// Makes a buffer for each File opened for cached reading; installed with
+/// Foundation::SetFileBufferFactory and implemented by the host (or
+/// BlockCache, the library's own).
+///
+/// Threading: CreateFileBuffer is called on the thread that creates a
+/// File, under the library's lock (a recursive one, so the factory may
+/// call back into the library on that thread); Files on several threads
+/// may call it at once.
+///
+/// Failures: an empty reference makes the File read uncached; an exception
+/// leaves File::Create.
 class IFileBufferFactory : public strata::classref::IRefCounted {
  public:
   /// May return an empty reference: the File is then read uncached.

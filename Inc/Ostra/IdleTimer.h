@@ -23,7 +23,13 @@ OSTRA_API extern const strata::utility::ImmutableString kStation_AppResume;    /
 OSTRA_API extern const strata::utility::ImmutableString kStation_AboutDialog;  ///< "ostra.aboutdialog"
 OSTRA_API extern const strata::utility::ImmutableString kStation_StatusBar;  ///< "ostra.app.status.bar"
 
-/// Broadcast by the application on kStation_Idle whenever it is idle.
+/// Broadcast by the application on kStation_Idle whenever it is idle; it
+/// drives every IdleCountdownTimer.
+///
+/// It carries nothing but its type. Broadcast it on the thread the timers
+/// belong to (the main thread in normal use): the listeners run on the
+/// broadcasting thread. Making one never fails; its type identifier is
+/// computed once, thread-safely.
 class OSTRA_API ApplicationIdleMessage : public strata::messaging::Message {
  public:
   ApplicationIdleMessage();
@@ -34,7 +40,13 @@ class OSTRA_API ApplicationIdleMessage : public strata::messaging::Message {
   static strata::messaging::MessageID GetID();
 };
 
-/// Broadcast by an IdleCountdownTimer on its own station when it fires.
+/// Broadcast by an IdleCountdownTimer on its own station when it fires,
+/// carrying the timer's cookie.
+///
+/// A plain value: it may be copied to another thread, and PostDeferred
+/// sends a heap copy to the main thread's next pump from any thread.
+/// Nothing fails but the heap copy, which throws std::bad_alloc when
+/// memory runs out.
 class OSTRA_API IdleCountdownTimerMessage : public strata::messaging::Message {
  public:
   /// A message carrying the firing timer's cookie (IdleCountdownTimer::SetCookie).
@@ -68,6 +80,13 @@ class OSTRA_API IdleCountdownTimerMessage : public strata::messaging::Message {
 /// Deadlines are milliseconds of library uptime kept in 32 bits on purpose:
 /// they wrap after about 49.7 days, and a deadline that wrapped past zero
 /// counts as already reached.
+///
+/// Threading: no locks. The timer belongs to the thread that broadcasts the
+/// idle messages (the main thread in normal use), and its own message is
+/// broadcast synchronously on that thread.
+///
+/// Failures: none of its own; an exception thrown by a listener of its
+/// message leaves the idle broadcast that fired it.
 class OSTRA_API IdleCountdownTimer : public strata::messaging::Listener {
  public:
   IdleCountdownTimer();

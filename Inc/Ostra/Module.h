@@ -8,8 +8,14 @@
 /// Modules are handed out through boost::shared_ptr. One made by Load frees
 /// the module when it is destroyed unless told otherwise; one made by Create
 /// never does. Resource pointers belong to the module and stay valid while
-/// it is loaded. Lookups may run on several threads at once; GetPath and
+/// it is loaded.
+///
+/// Threading: lookups may run on several threads at once; GetPath and
 /// SetUnloadOnDestroy need one thread at a time.
+///
+/// Failures: Load and Create return Result codes (the translated loader
+/// error); a resource that is not found comes back as a null pointer. An
+/// empty path or procedure name breaks the input contract, which throws.
 #pragma once
 
 #include <cstdint>

@@ -145,6 +145,9 @@ OSTRA_API bool ShouldFlushEveryChangeImmediately();
 
 /// A scope in which a caller would like changes held back. Accepted for
 /// callers written against a deferring store; it changes nothing.
+///
+/// It holds no state that another thread could see, so any thread may make
+/// one, and nothing in it fails or throws.
 class OSTRA_API ScDelayFlushingChangesToOS {
  public:
   ScDelayFlushingChangesToOS();

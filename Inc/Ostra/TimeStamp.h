@@ -3,8 +3,10 @@
 /// A moment as read from the C runtime's process clock (clock(), one tick a
 /// millisecond on Windows), reported relative to the moment the library was
 /// loaded in seconds, milliseconds or microseconds. A coarse, cheap clock
-/// for measuring and for timers, not a media time. A TimeStamp is a value:
-/// distinct objects may be used from different threads.
+/// for measuring and for timers, not a media time.
+///
+/// Threading: a TimeStamp is a value: distinct objects may be used from
+/// different threads. Failures: nothing here fails or throws.
 #pragma once
 
 #include <memory>

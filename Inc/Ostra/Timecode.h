@@ -7,8 +7,13 @@
 /// adds the "23 - hours" reading of negative HMSF times, feet-and-frames
 /// steps and conforming to another rate.
 ///
-/// A Timecode is a value owned by its caller: copies are independent, and
-/// distinct objects may be used from different threads.
+/// Threading: a Timecode is a value owned by its caller: copies are
+/// independent, and distinct objects may be used from different threads.
+///
+/// Failures: nothing throws. Text that cannot be read gives time zero, a
+/// rate that is not valid empty text; GetHMSF and ConformTimecode return
+/// eFailure for formats that are not shown as hours, minutes, seconds and
+/// frames.
 #pragma once
 
 #include <cstdint>

@@ -5,6 +5,9 @@
 #   route <name>   builds and runs ConsumerHost from a copy of the moved tree
 #                  with its Boost from target, root, find_package or bundled
 #   readme         the same with the host example of README.md, as printed
+#   c_host         the C example of README.md built by a C-only project that
+#                  asks for the C interface alone, and run; the same project
+#                  as a host of the MSVC kind gets the MSVC import library
 #   pkgconfig      ConsumerHost built by the compiler with pkg-config's flags
 #   refuse         compilers and versions the package must refuse (configure only)
 # The environment gives OSTRA_BUILD (the build tree), OSTRA_TOOLCHAIN,
@@ -17,11 +20,24 @@ package=$work/package
 
 fail() { echo "package test: $*" >&2; exit 1; }
 
-# configure <build dir> <cmake arguments...>: the consumer against a prefix.
+# configure <build dir> <cmake arguments...>: the consumer ($consumer_source,
+# the C++ one unless set) against a prefix.
+consumer_source=$here
 configure() {
   consumer=$1; shift
-  cmake -S "$here" -B "$consumer" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$OSTRA_TOOLCHAIN" \
+  cmake -S "$consumer_source" -B "$consumer" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$OSTRA_TOOLCHAIN" \
     -DCMAKE_BUILD_TYPE=Release "$@"
+}
+
+# readme_block <language> <file>: the first block of that language under
+# "Using it from a host" in README.md, exactly as a reader copies it.
+readme_block() {
+  awk -v fence="\`\`\`$1" '/^## Using it from a host/ { under = 1; next }
+       /^## / { under = 0 }
+       under && !inside && $0 == fence { inside = 1; next }
+       inside && /^```/ { exit }
+       inside { print }' "$here/../../README.md" >"$2"
+  [ -s "$2" ] || fail "README.md has no $1 block under \"Using it from a host\""
 }
 
 # run_host <prefix> <exe>: a host ships the package's DLLs beside itself.
@@ -36,7 +52,7 @@ build_and_run() {
   configure "$dir/build" -DCMAKE_PREFIX_PATH="$prefix" "$@" >"$dir/configure.log" ||
     { cat "$dir/configure.log"; exit 1; }
   cmake --build "$dir/build" >/dev/null
-  run_host "$prefix" "$dir/build/ConsumerHost.exe"
+  run_host "$prefix" "$dir/build/$(cd "$dir/build" && ls ./*.exe)"
 }
 
 # Every step but the install works in a fresh folder of its own.
@@ -64,7 +80,8 @@ install)
     ! grep -rIl "$path" "$package" || fail "the files above name $path"
   done
   for file in share/doc/OstraFoundation/LICENSE share/doc/OstraFoundation/CHANGELOG.md \
-              include/ostra-boost/LICENSE_1_0.txt include/ostra-boost/boost/function.hpp; do
+              include/ostra-boost/LICENSE_1_0.txt include/ostra-boost/boost/function.hpp \
+              include/ostra/ostra.h lib/msvc/OstraFoundationC.lib lib/OstraFoundationC.lib; do
     [ -f "$package/$file" ] || fail "$file is not installed"
   done
   for dll in "$package"/bin/*.dll; do
@@ -99,14 +116,16 @@ route)
   build_and_run "$dir/prefix" "$@"
   ;;
 readme)
-  # The first C++ block under the heading, exactly as a reader copies it.
-  awk '/^## Using it from a host/ { under = 1; next }
-       /^## / { under = 0 }
-       under && !inside && /^```cpp/ { inside = 1; next }
-       inside && /^```/ { exit }
-       inside { print }' "$here/../../README.md" >"$dir/host.cpp"
-  [ -s "$dir/host.cpp" ] || fail "README.md has no C++ block under \"Using it from a host\""
+  readme_block cpp "$dir/host.cpp"
   build_and_run "$package" -DHOST_SOURCE="$dir/host.cpp"
+  ;;
+c_host)
+  readme_block c "$dir/host.c"
+  consumer_source=$here/CHost
+  build_and_run "$package" -DHOST_SOURCE="$dir/host.c" -DEXPECT_IMPLIB=lib/OstraFoundationC.lib
+  configure "$dir/msvc" -DCMAKE_PREFIX_PATH="$package" -DHOST_SOURCE="$dir/host.c" \
+    -DFAKE_C_SIMULATE_ID=MSVC -DEXPECT_IMPLIB=lib/msvc/OstraFoundationC.lib >"$dir/msvc.log" ||
+    { cat "$dir/msvc.log"; fail "a host of the MSVC kind is not given lib/msvc"; }
   ;;
 pkgconfig)
   cp -al "$package" "$dir/prefix"
@@ -139,7 +158,7 @@ refuse)
 |||1.0|$package/include/ostra-boost|
 Clang|16.0.6||1.0||only works with hosts compiled by MinGW-w64 g++
 MSVC|19.38.33130||1.0||not by MSVC 19.38.33130
-GNU|99.1.0||1.0||between host and DLLs; build OstraFoundation from source with your compiler instead.
+GNU|99.1.0||1.0||your compiler instead, or use its C interface, which any compiler can: find_package(OstraFoundation COMPONENTS C) and link Ostra::OstraFoundationC.
 ||$dir/g++-win32|1.0||posix threads), not by GNU
 |||2.0||OstraFoundationConfig.cmake, version: 1.0.0
 |||0.9||OstraFoundationConfig.cmake, version: 1.0.0

@@ -19,7 +19,14 @@ namespace allocator {
 class RecycledMemory;
 typedef std::shared_ptr<RecycledMemory> RecycledMemoryRef;  ///< how blocks are held
 
-/// One block of recycled memory; see the top of this header.
+/// One block of recycled memory: fixed-size, page-aligned storage shared by
+/// reference count (RecycledMemoryRef), whose storage goes back to a
+/// process-wide pool when the last reference drops.
+///
+/// Threading: Create and the release of blocks are thread-safe; the
+/// contents of one block are not synchronised. Failures: Create returns an
+/// empty reference when the size is 0 or the memory cannot be had; nothing
+/// throws.
 class STRATA_API RecycledMemory {
  public:
   /// A block of exactly inSize bytes (contents undefined), or an empty
@@ -51,8 +58,12 @@ class STRATA_API RecycledMemory {
 
 /// Small objects that are made and freed often (messages sent to the main
 /// thread, for one): freed blocks are kept per size class of 16 bytes and
-/// handed out again. Thread-safe. Blocks above kLargestPooledSize come
-/// straight from operator new.
+/// handed out again. Blocks above kLargestPooledSize come straight from
+/// operator new.
+///
+/// Threading: every member is thread-safe; a block may be freed on another
+/// thread than the one that allocated it. Failures: Allocate throws
+/// std::bad_alloc when memory runs out, like operator new.
 class STRATA_API SmallBlockAllocator {
  public:
   static const std::size_t kLargestPooledSize = 512;  ///< bytes

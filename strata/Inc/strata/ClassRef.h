@@ -18,7 +18,12 @@ namespace strata {
 namespace classref {
 
 /// An object shared by counted references; implement it with
-/// RefCountedObject.
+/// RefCountedObject. Its first two virtual slots are add-reference and
+/// release, so an object made by one module can be held by another.
+///
+/// Threading: the counting must be thread-safe (RefCountedObject's is
+/// atomic); what else an object allows is its own rule. Failures: the
+/// counting never fails or throws.
 class IRefCounted {
  public:
   /// Adds a reference; removes one, deleting the object with the last.
@@ -34,6 +39,10 @@ class IRefCounted {
 };
 
 /// Raised when an empty InterfaceRef is dereferenced.
+///
+/// A programming error reported as an exception: it is thrown on the
+/// dereferencing thread and, like every strata_exception, may be caught as
+/// std::runtime_error and copied to another thread.
 class STRATA_API null_interface_exception : public config::strata_exception {
  public:
   null_interface_exception();
@@ -45,6 +54,11 @@ class STRATA_API null_interface_exception : public config::strata_exception {
 
 /// A counted reference to a T derived from IRefCounted, empty or holding one
 /// reference of its object.
+///
+/// Threading: copies may be made and dropped on different threads; one
+/// InterfaceRef object must not be changed by two threads at once.
+/// Failures: dereferencing an empty reference throws
+/// null_interface_exception; nothing else throws.
 template <class T>
 class InterfaceRef {
  public:
@@ -106,6 +120,11 @@ class InterfaceRef {
 /// Implements the counting of IRefCounted for a class derived from one
 /// interface: RefCountedObject<MyCache> where MyCache : IFileBuffer.
 /// The object deletes itself when the last reference goes.
+///
+/// Threading: the count is atomic, so references may come and go on any
+/// thread; the last release deletes the object on whichever thread it runs.
+/// Failures: counting never fails; making one throws whatever Base's
+/// constructor throws (MakeInterface passes it on).
 template <class Base>
 class RefCountedObject : public Base {
  public:

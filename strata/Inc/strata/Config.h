@@ -21,6 +21,12 @@ enum class ErrorLevel { kWarning, kError, kFatal };
 
 /// The exception every strata error is raised as; hosts may catch it as a
 /// std::runtime_error.
+///
+/// It carries the error level, the localisable source ("$$$/key=text") and
+/// the final message; contract violations are raised as one whose key is
+/// "$$$/strata/utility/Error/Contract/InputContractViolation" (or
+/// OutputContractViolation). A plain value: it is raised on the failing
+/// thread and may be copied to another.
 class STRATA_API strata_exception : public std::runtime_error {
  public:
   /// inSource is the whole "$$$/key=text" string; inMessage the final text.

@@ -69,7 +69,12 @@ STRATA_API std::string QualifiedFunctionName(const char* inSignature);
 STRATA_API std::string SourceFileName(const char* inPath);
 ///@}
 
-/// One per assertion call site; remembers that the site was silenced.
+/// One per assertion call site (STRATA_ASSERT_MSG, STRATA_ASSERT_ONCE);
+/// remembers that the site was silenced, so its dialog is not shown again.
+///
+/// Threading: the flag is atomic, so assertions at one site may fail on
+/// several threads at once. Failures: none; reporting an assertion never
+/// throws.
 class AssertSite {
  public:
   std::atomic<bool> mSilenced{false};  ///< set once; never cleared
@@ -113,8 +118,12 @@ STRATA_API TraceSink SetTraceSink(TraceSink inSink);
 /// calls made later still work.
 STRATA_API void ShutdownTraceManager();
 
-/// The enabled state of one trace call site, read again only when the trace
-/// change count has moved since the last look.
+/// The enabled state of one trace call site (STRATA_TRACE), read again
+/// only when the trace change count has moved since the last look.
+///
+/// Threading: its state is atomic; one site may be asked from several
+/// threads at once, each seeing the state at most one change late.
+/// Failures: none; asking never throws.
 class TraceSite {
  public:
   /// inCategory must outlive the site (a string literal).
@@ -147,8 +156,12 @@ class TraceSite {
 
 // ---------------------------------------------------------- debug options
 
-/// Named text options. A reader gives the textual default that applies
-/// while the option is not set.
+/// Named text options of the process, read once from STRATA_DEBUG_OPTIONS
+/// at load and changed from code. A reader gives the textual default that
+/// applies while the option is not set.
+///
+/// Threading: every member is thread-safe. Failures: none; an option that
+/// is not set reads as its default.
 class STRATA_API DebugDatabase {
  public:
   /// The option's text, or inDefault while it is not set.
@@ -165,6 +178,9 @@ class STRATA_API DebugDatabase {
 
 /// One option as a call site uses it: the value is read again only when the
 /// database's change count has moved.
+///
+/// Threading: it may be read from several threads at once. Failures: none;
+/// GetInteger answers its fallback for text that is no integer.
 class STRATA_API DebugOption {
  public:
   /// The option inName, reading as inDefault while it is not set.
@@ -186,7 +202,11 @@ class STRATA_API DebugOption {
 
 // ------------------------------------------------------- time measurement
 
-/// Named stopwatches for the whole process, started by their first use.
+/// Named stopwatches for the whole process, started by their first use;
+/// the library logs its start-up time through "StartupTime".
+///
+/// Threading: every member is thread-safe. Failures: none; a name never
+/// used reads 0 ms.
 class STRATA_API GlobalTimeMeasurement {
  public:
   /// Traces "<name>: <text> (<ms> ms)" under the category "strata.Time" at

@@ -63,7 +63,13 @@ struct ThreadAttributes {
 typedef std::function<void()> ThreadHook;
 
 /// Runs posted tasks; made by the factory functions below and shared
-/// through ExecutorRef.
+/// through ExecutorRef (see the kinds at the top of strata/Executor.h).
+///
+/// Threading: every member is thread-safe. Releasing the last reference
+/// runs the tasks already posted and joins the executor's threads.
+/// Failures: a task that throws is reported through the assertion dialog
+/// hook and its thread goes on with the next task; a task that waits for
+/// its own executor is reported and returns at once.
 class STRATA_API Executor {
  public:
   virtual ~Executor();
@@ -116,7 +122,11 @@ STRATA_API ExecutorRef CreateSubExecutor(const ExecutorRef& inExecutor,
 
 /// The registration of a thread as the application's main thread. Calls
 /// deferred to the main thread run when the host calls RunMainThreadCalls
-/// on it; the adaptor only marks which thread that is. Thread-safe.
+/// on it; the adaptor only marks which thread that is.
+///
+/// Threading: thread-safe; ending a registration on the main thread runs
+/// the calls still pending first. Failures: none; ending it twice does
+/// nothing.
 class STRATA_API AsyncEventLoopAdaptor {
  public:
   /// Registers the calling thread (RegisterCurrentThreadAsMainThread).

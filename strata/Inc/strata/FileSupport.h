@@ -24,7 +24,11 @@ struct StorageType {
   enum Type { kFileSystem = 0 };
 };
 
-/// One file found on disk.
+/// One file found on disk, by its absolute path.
+///
+/// A value owned by its caller: distinct objects may be used from
+/// different threads. Failures: none; the path is taken as given and not
+/// checked.
 class STRATA_API File {
  public:
   File();  ///< an empty path
@@ -46,8 +50,11 @@ class STRATA_API File {
 };
 
 /// A directory named by its absolute path. Building one does not touch the
-/// directory itself, so it may be missing; an empty path, or one the system
-/// cannot make absolute, raises config::strata_exception.
+/// directory itself, so it may be missing.
+///
+/// A value owned by its caller: distinct objects may be used from
+/// different threads. Failures: an empty path, or one the system cannot
+/// make absolute, raises config::strata_exception.
 class STRATA_API Dir {
  public:
   /// inPath made absolute; raises as described above.
@@ -70,8 +77,11 @@ class STRATA_API Dir {
 
 /// Visits every file (never a directory) below a directory, at every depth,
 /// in the order the system lists them; a default-built iterator is the end.
-/// A directory that cannot be listed, or vanishes during the walk, is passed
-/// over. Movable, not copyable; one thread at a time.
+/// Movable, not copyable.
+///
+/// Threading: one thread at a time; the cancel and filter functions run on
+/// it. Failures: a directory that cannot be listed, or vanishes during the
+/// walk, is passed over; nothing throws.
 class STRATA_API RecursiveFileIterator {
  public:
   /// true stops the walk: the iterator becomes the end.

@@ -2,6 +2,9 @@
 /// \class strata::Impl
 /// Base of every private implementation object: a class owns exactly one and
 /// deletes it through this virtual destructor. Not copyable.
+///
+/// It has no state: an implementation object keeps its owner's threading
+/// rule, and destroying one never fails or throws.
 #pragma once
 
 #include "strata/StrataConfig.h"

@@ -41,6 +41,12 @@ MessageID GetMessageIDOf() {
 /// The base of every message: its header is the type identifier. A class
 /// that supports deferred delivery overrides Clone. Messages created with
 /// new come from the small-block allocator (strata/Allocator.h).
+///
+/// Threading: a message is a value; a broadcast hands it to the listeners
+/// on the broadcasting thread, and a deferred copy reaches them on the main
+/// thread. Failures: creating one with new throws std::bad_alloc when
+/// memory runs out; Clone returns null for a message that cannot be
+/// deferred.
 class STRATA_API Message {
  public:
   /// inMessageID is GetMessageIDOf<Derived>().
@@ -80,6 +86,12 @@ const T* MessageCast(const Message& inMessage) {
 
 /// The base of everything that receives messages. Destroying a listener
 /// detaches it from every station.
+///
+/// Threading: ListenToMessage runs on the broadcasting thread, with no lock
+/// held, so it may broadcast and attach or detach listeners itself. A
+/// listener must not be destroyed while another thread may be broadcasting
+/// to it. Failures: an exception from ListenToMessage ends the broadcast
+/// and reaches the broadcaster.
 class STRATA_API Listener {
  public:
   Listener() = default;

@@ -19,6 +19,10 @@ namespace threads {
 /// the C++ runtime's thread emulation costs, and it never makes a handle.
 /// Meets BasicLockable, so std::unique_lock and std::lock_guard take it.
 /// Ready without any system call; one word.
+///
+/// Threading: any thread may take it; only the owner releases it, and the
+/// owner must not take it again. Failures: none; locking waits, it never
+/// fails or throws.
 class STRATA_API Lock {
  public:
   Lock() = default;
@@ -35,6 +39,10 @@ class STRATA_API Lock {
 /// A condition to wait for under a Lock. Waits take a predicate, so that a
 /// spurious wake-up or a notification meant for another waiter only makes
 /// the waiter look again.
+///
+/// Threading: waiters hold the Lock; notifiers may hold it or not.
+/// Failures: none; a timed wait reports whether the predicate held, and
+/// nothing throws but the predicate.
 class STRATA_API Condition {
  public:
   Condition() = default;
@@ -91,6 +99,9 @@ inline void SleepFor(std::uint32_t inMilliseconds) {
 
 /// A mutex that the owning thread may lock again; it is released when each
 /// Lock has been matched by an Unlock.
+///
+/// Threading: any thread may lock it; only the owner unlocks. Failures:
+/// none; locking waits, and TryLock answers false instead of waiting.
 class STRATA_API RecursiveMutex {
  public:
   RecursiveMutex();
@@ -102,7 +113,11 @@ class STRATA_API RecursiveMutex {
   bool TryLock();  ///< takes the mutex only if that needs no wait; true when taken
   void Unlock();  ///< by the owning thread only
 
-  /// Holds the mutex for the lifetime of the object.
+  /// Holds the mutex for the lifetime of the object: locked when made,
+  /// unlocked when destroyed, also when an exception leaves the scope.
+  ///
+  /// Threading: it belongs to the thread that made it. Failures: none;
+  /// making one waits for the mutex.
   class ScopedLock {
    public:
     /// Locks inMutex until destroyed.
@@ -122,7 +137,10 @@ class STRATA_API RecursiveMutex {
 
 /// A gate threads pass through while it is open and wait at while it is
 /// closed. Opening releases every waiter at once; the gate stays open until
-/// it is closed again. All members are thread-safe; waiting never spins.
+/// it is closed again.
+///
+/// Threading: all members are thread-safe; waiting never spins. Failures:
+/// none; a wait with a time limit reports whether the gate opened in time.
 class STRATA_API Gate {
  public:
   explicit Gate(bool inOpen = false);  ///< closed unless inOpen

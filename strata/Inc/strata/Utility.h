@@ -15,6 +15,11 @@ namespace strata {
 namespace utility {
 
 /// A UTF-8 string that never changes after construction; copies share it.
+/// Station names of the messaging service are ImmutableStrings.
+///
+/// Threading: copies may be made, read and dropped on any threads at once.
+/// Failures: making one from a text throws std::bad_alloc when memory runs
+/// out; nothing else fails.
 class STRATA_API ImmutableString {
  public:
   /// The empty string, or a copy of the text.
@@ -44,7 +49,11 @@ class STRATA_API ImmutableString {
   std::shared_ptr<const std::string> mText;
 };
 
-/// A set of bits of an unsigned integer type.
+/// A set of bits of an unsigned integer type, as the timecode conversions
+/// take their options.
+///
+/// A plain value: distinct objects may be used from different threads.
+/// Failures: none; every operation is a bit operation that cannot fail.
 template <class T>
 class Flags {
  public:
@@ -71,7 +80,12 @@ class Flags {
   T mBits;
 };
 
-/// A 128-bit globally unique identifier.
+/// A 128-bit globally unique identifier, as the library uses for temporary
+/// names and probe files.
+///
+/// A plain value: distinct objects may be used from different threads, and
+/// CreateUnique is thread-safe. Failures: none; CreateUnique always makes
+/// one.
 class STRATA_API Guid {
  public:
   Guid();  ///< all zero
@@ -92,7 +106,11 @@ class STRATA_API Guid {
   unsigned char mBytes[16];
 };
 
-/// The system's high-resolution monotonic clock. Thread-safe.
+/// The system's high-resolution monotonic clock, for measuring short
+/// spans.
+///
+/// Threading: every member is thread-safe. Failures: none; the system's
+/// clock cannot fail on the platforms the library runs on.
 class STRATA_API HighPrecisionTime {
  public:
   /// A monotonic time stamp in GetFrequency() units per second.
@@ -108,6 +126,10 @@ STRATA_API UTF16String GetModulePath(void* inModuleHandle);
 
 /// File name rules of the platform. The separators are '\' and '/'; the
 /// characters illegal in a file name are \ / : * ? " < > |.
+///
+/// Threading: pure functions, thread-safe. Failures: none; bad input gives
+/// the stated empty or false answer (IsHidden answers false for a path it
+/// cannot read).
 class STRATA_API FileUtils {
  public:
   /// The path with one '\' added when it does not end in a separator. An

@@ -19,7 +19,10 @@ namespace stratamedia {
 /// Divisible by every usual frame rate, so frames start on whole ticks.
 constexpr std::int64_t kTicksPerSecond = 254016000000LL;
 
-/// The length of one frame in ticks.
+/// The length of one frame in ticks; kNoRate when no rate is set.
+///
+/// A plain value, safe to share between threads. Failures: none; a rate
+/// that is not valid makes the conversions answer zero or empty text.
 class FrameRate {
  public:
   /// The largest 64-bit value: no rate is set.
@@ -62,7 +65,10 @@ inline constexpr FrameRate kFrameRate_Video50{5080320000LL};         ///< 50
 inline constexpr FrameRate kFrameRate_VideoNTSC60{4237833600LL};     ///< 60000/1001
 inline constexpr FrameRate kFrameRate_Video60{4233600000LL};         ///< 60
 
-/// A media time in ticks (kTicksPerSecond to the second); a plain value.
+/// A media time in ticks (kTicksPerSecond to the second).
+///
+/// A plain value, safe to share between threads. Failures: none;
+/// arithmetic that would leave the 64-bit range saturates at its ends.
 class TickTime {
  public:
   constexpr TickTime() : mTicks(0) {}  ///< time zero

@@ -54,6 +54,10 @@ struct TimeDisplayType {
 };
 
 /// A display format as a value; NTSC drop-frame timecode by default.
+///
+/// A plain value, safe to share between threads. Failures: none; a code
+/// that is not one of TimeDisplayType makes the conversions answer empty
+/// text or zero.
 class TimeDisplay {
  public:
   constexpr TimeDisplay() : mType(TimeDisplayType::kTimecodeNTSCDrop) {}
