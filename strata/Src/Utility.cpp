@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "Platform.h"
+
 namespace strata {
 namespace utility {
 
@@ -97,4 +99,17 @@ bool FileUtils::IsValidFileName(const UTF16String& inName) {
 UTF16String FileUtils::GetIllegalFilenameCharacters() { return kIllegalFilenameCharacters; }
 
 }  // namespace utility
+
+namespace platform {
+
+UTF16String GetExecutableBaseName() {
+  const UTF16String path = utility::GetModulePath(nullptr);
+  const std::size_t slash = path.find_last_of(L"\\/");
+  UTF16String name = slash == UTF16String::npos ? path : path.substr(slash + 1);
+  const std::size_t dot = name.rfind(L'.');
+  if (dot != UTF16String::npos && dot > 0) name.erase(dot);
+  return name;
+}
+
+}  // namespace platform
 }  // namespace strata

@@ -2,11 +2,12 @@
 
 #include <windows.h>
 #include <bcrypt.h>
+#include <malloc.h>
 
 #include <random>
 #include <vector>
 
-#include "WinProcess.h"
+#include "Platform.h"
 
 namespace strata {
 namespace utility {
@@ -101,16 +102,13 @@ bool FileUtils::IsHidden(const UTF16String& inPath) {
 
 }  // namespace utility
 
-namespace win {
+namespace platform {
 
-UTF16String GetExecutableBaseName() {
-  const UTF16String path = utility::GetModulePath(nullptr);
-  const std::size_t slash = path.find_last_of(L"\\/");
-  UTF16String name = slash == UTF16String::npos ? path : path.substr(slash + 1);
-  const std::size_t dot = name.rfind(L'.');
-  if (dot != UTF16String::npos && dot > 0) name.erase(dot);
-  return name;
+void* AllocateAligned(std::size_t inSize, std::size_t inAlignment) {
+  return _aligned_malloc(inSize, inAlignment);
 }
 
-}  // namespace win
+void FreeAligned(void* inData) { _aligned_free(inData); }
+
+}  // namespace platform
 }  // namespace strata
