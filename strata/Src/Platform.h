@@ -21,6 +21,10 @@ void BreakIntoDebugger();
 // The value of an environment variable, empty when unset.
 std::string GetEnvironmentText(const char* inName);
 
+// Fills inCount bytes from the system's secure generator; false when it
+// failed.
+bool GetRandomBytes(unsigned char* outBytes, std::size_t inCount);
+
 // inSize bytes at a multiple of inAlignment (a power of two); null when
 // memory runs out. Freed only by FreeAligned.
 void* AllocateAligned(std::size_t inSize, std::size_t inAlignment);

@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -18,19 +17,6 @@
 
 namespace strata {
 namespace utility {
-
-Guid Guid::CreateUnique() {
-  Guid guid;
-  if (::getrandom(guid.mBytes, sizeof(guid.mBytes), 0) != static_cast<ssize_t>(sizeof(guid.mBytes))) {
-    // As on Windows: should the system generator fail, the runtime's still
-    // gives a usable identifier.
-    std::random_device device;
-    for (unsigned char& byte : guid.mBytes) byte = static_cast<unsigned char>(device());
-  }
-  guid.mBytes[7] = static_cast<unsigned char>((guid.mBytes[7] & 0x0F) | 0x40);
-  guid.mBytes[8] = static_cast<unsigned char>((guid.mBytes[8] & 0x3F) | 0x80);
-  return guid;
-}
 
 std::uint64_t HighPrecisionTime::GetCurrentTimeStamp() {
   timespec now;
@@ -74,6 +60,10 @@ bool FileUtils::IsHidden(const UTF16String& inPath) {
 }  // namespace utility
 
 namespace platform {
+
+bool GetRandomBytes(unsigned char* outBytes, std::size_t inCount) {
+  return ::getrandom(outBytes, inCount, 0) == static_cast<ssize_t>(inCount);
+}
 
 void* AllocateAligned(std::size_t inSize, std::size_t inAlignment) {
   void* data = nullptr;

@@ -4,32 +4,12 @@
 #include <bcrypt.h>
 #include <malloc.h>
 
-#include <random>
 #include <vector>
 
 #include "Platform.h"
 
 namespace strata {
 namespace utility {
-
-// ------------------------------------------------------------------- Guid
-
-Guid Guid::CreateUnique() {
-  Guid guid;
-  const NTSTATUS status = BCryptGenRandom(nullptr, guid.mBytes, sizeof(guid.mBytes),
-                                          BCRYPT_USE_SYSTEM_PREFERRED_RNG);
-  if (status < 0) {
-    // The system generator does not fail in practice; should it, the
-    // runtime's generator still gives a usable identifier.
-    std::random_device device;
-    for (unsigned char& byte : guid.mBytes) byte = static_cast<unsigned char>(device());
-  }
-  // Version 4 lives in the top nibble of Data3, stored little-endian.
-  guid.mBytes[7] = static_cast<unsigned char>((guid.mBytes[7] & 0x0F) | 0x40);
-  // RFC variant: the top two bits of Data4[0] are 10.
-  guid.mBytes[8] = static_cast<unsigned char>((guid.mBytes[8] & 0x3F) | 0x80);
-  return guid;
-}
 
 // ------------------------------------------------------ HighPrecisionTime
 
@@ -103,6 +83,11 @@ bool FileUtils::IsHidden(const UTF16String& inPath) {
 }  // namespace utility
 
 namespace platform {
+
+bool GetRandomBytes(unsigned char* outBytes, std::size_t inCount) {
+  return BCryptGenRandom(nullptr, outBytes, static_cast<ULONG>(inCount),
+                         BCRYPT_USE_SYSTEM_PREFERRED_RNG) >= 0;
+}
 
 void* AllocateAligned(std::size_t inSize, std::size_t inAlignment) {
   return _aligned_malloc(inSize, inAlignment);
