@@ -59,6 +59,15 @@ if(OSTRA_POSIX)
     target_compile_options(ostra_build_settings INTERFACE ${sanitizer_flags})
     target_link_options(ostra_build_settings INTERFACE ${sanitizer_flags})
   endif()
+  # The fuzz targets (Fuzz/) need clang; the libraries get its coverage
+  # instrumentation so that the fuzzer sees their edges.
+  option(OSTRA_FUZZ "Posix build with clang: build the libFuzzer targets of Fuzz/" OFF)
+  if(OSTRA_FUZZ)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+      message(FATAL_ERROR "OSTRA_FUZZ needs clang (libFuzzer)")
+    endif()
+    target_compile_options(ostra_build_settings INTERFACE -fsanitize=fuzzer-no-link)
+  endif()
   find_package(Threads REQUIRED)
 endif()
 
