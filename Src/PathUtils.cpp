@@ -298,15 +298,6 @@ bool StartsLikeUnc(const wchar_t* inText) {
   return inText[0] == L'\\' && inText[1] == L'\\' && inText[2] != L'?';
 }
 
-// Behind the next backslash (and a second one right behind it), or the
-// end: the shell's step to the next component.
-const wchar_t* NextComponent(const wchar_t* inText) {
-  const wchar_t* slash = std::wcschr(inText, L'\\');
-  if (!slash) return inText + std::wcslen(inText);
-  if (slash[1] == L'\\') ++slash;
-  return slash + 1;
-}
-
 // The length of the longest common prefix of whole components, letters
 // compared without case; 0 when nothing is shared. A prefix of 2 counts
 // as 3, as the shell has it (meant for the root of "C:\").
@@ -326,6 +317,14 @@ std::size_t CommonPrefixLength(const wchar_t* inFirst, const wchar_t* inSecond) 
 
 namespace Internal {
 
+const wchar_t* NextComponent(const wchar_t* inText) {
+  if (*inText == L'\0') return nullptr;
+  while (*inText != L'\0' && *inText != L'\\') ++inText;
+  if (*inText == L'\0') return inText;
+  if (inText[1] == L'\\') ++inText;
+  return inText + 1;
+}
+
 bool RelativeDirectoryPath(const UTF16String& inFrom, const UTF16String& inTo,
                            UTF16String& outRelative) {
   const wchar_t* const from = inFrom.c_str();
@@ -334,13 +333,13 @@ bool RelativeDirectoryPath(const UTF16String& inFrom, const UTF16String& inTo,
   if (common == 0) return false;
   // The shell's 2-to-3 step may pass the end of a short string: there is
   // nothing behind it then.
-  const std::size_t fromLength = std::wcslen(from), toLength = std::wcslen(to);
+  const std::size_t fromLength = CStringLength(inFrom), toLength = CStringLength(inTo);
   const wchar_t* rest = from + std::min(common, fromLength);
   UTF16String relative;
   if (*rest == L'\0') relative = L".";
   if (*rest == L'\\') ++rest;
   while (*rest != L'\0') {
-    rest = NextComponent(rest);
+    rest = Internal::NextComponent(rest);
     relative += *rest != L'\0' ? L"..\\" : L"..";
   }
   // The target's remainder, with the backslash in front of it.
@@ -357,6 +356,23 @@ bool RelativeDirectoryPath(const UTF16String& inFrom, const UTF16String& inTo,
 }
 
 }  // namespace Internal
+
+bool ArePathsRelative(const UTF16String& inFromPath, const UTF16String& inToPath,
+                      UTF16String& outRelative) {
+  if (!IsWinAPIAcceptablePath(inFromPath) || !IsWinAPIAcceptablePath(inToPath)) return false;
+  UTF16String directories[2] = {inFromPath, inToPath};
+  for (UTF16String& path : directories) {
+    std::replace(path.begin(), path.end(), L'/', L'\\');
+    // Deliberately always C:, whatever the system drive; the drive is
+    // skipped below anyway, so UNC paths compare by their components.
+    if (path.find(L':') == UTF16String::npos) path.insert(0, L"C:");
+    path = GetFullDirectoryPart(path);
+  }
+  const wchar_t* const from = Shell::FindNextComponent(directories[0].c_str());
+  const wchar_t* const to = Shell::FindNextComponent(directories[1].c_str());
+  if (!from || !to) return false;
+  return Shell::RelateDirectories(from, to, outRelative);
+}
 
 }  // namespace PathUtils
 }  // namespace Ostra

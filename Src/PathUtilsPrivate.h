@@ -31,7 +31,24 @@ inline bool StartsWithLongPathPrefix(const UTF16String& inPath) {
   return StartsWith(inPath, L"\\\\?\\", 4);
 }
 
+// The answers the Windows build takes from the shell (shlwapi) and the
+// Posix build from the models in Internal, which the fuzz tests compare
+// with the shell under Wine.
+namespace Shell {
+
+// PathFindNextComponentW: the text behind the first '\' (and a second one
+// right behind it), the end of the text when it has none; null for "".
+const wchar_t* FindNextComponent(const wchar_t* inPath);
+// PathRelativePathToW between two directories given without their drive;
+// false, and outRelative untouched, when they share no component.
+bool RelateDirectories(const wchar_t* inFrom, const wchar_t* inTo, UTF16String& outRelative);
+
+}  // namespace Shell
+
 namespace Internal {
+
+// The model of Shell::FindNextComponent. Exported for the tests.
+OSTRA_API const wchar_t* NextComponent(const wchar_t* inText);
 
 // The shell's relative path from directory inFrom to directory inTo (both
 // without drive, as ArePathsRelative hands them over), for inputs of any

@@ -1,5 +1,6 @@
 # Shared build settings: output layout, Windows macros, Boost headers, the
-# MinGW runtime and the Wine runner.
+# MinGW runtime and the Wine runner; for the Posix build its wide characters
+# and sanitizers.
 
 # Every DLL and executable lands in one folder so programs find their DLLs.
 set(OSTRA_RUNTIME_DIR ${CMAKE_BINARY_DIR}/bin)
@@ -36,6 +37,38 @@ if(OSTRA_HARDENED)
   # Not for resource scripts: windres knows none of them.
   add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:${hardened_flags}>")
   add_link_options(${hardened_flags})
+endif()
+
+if(OSTRA_POSIX)
+  # UTF16String holds wchar_t, 16 bits wide on Windows; here too, so that the
+  # same sources and literals build both ways. The C library's and the C++
+  # library's own wide-character functions assume 32 bits and must not be
+  # called: strata/String.h gives the string its own character traits, and
+  # the wide_abi test fails on any reference to them.
+  add_compile_options(-fshort-wchar)
+  # The sanitizers of the build (scripts/test builds address,undefined and
+  # thread): any report stops the program, so a test run passes only clean.
+  # Our own targets get them; GoogleTest stays uninstrumented, so that one
+  # build of it serves both trees.
+  set(OSTRA_SANITIZE "" CACHE STRING "Posix build: the -fsanitize= list (address,undefined or thread)")
+  if(OSTRA_SANITIZE)
+    set(OSTRA_SANITIZER_FLAGS
+        "-fsanitize=${OSTRA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer"
+        CACHE STRING "Compiler and linker flags of the sanitizer build")
+    separate_arguments(sanitizer_flags UNIX_COMMAND "${OSTRA_SANITIZER_FLAGS}")
+    target_compile_options(ostra_build_settings INTERFACE ${sanitizer_flags})
+    target_link_options(ostra_build_settings INTERFACE ${sanitizer_flags})
+  endif()
+  # The fuzz targets (Fuzz/) need clang; the libraries get its coverage
+  # instrumentation so that the fuzzer sees their edges.
+  option(OSTRA_FUZZ "Posix build with clang: build the libFuzzer targets of Fuzz/" OFF)
+  if(OSTRA_FUZZ)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+      message(FATAL_ERROR "OSTRA_FUZZ needs clang (libFuzzer)")
+    endif()
+    target_compile_options(ostra_build_settings INTERFACE -fsanitize=fuzzer-no-link)
+  endif()
+  find_package(Threads REQUIRED)
 endif()
 
 # Boost is header-only. The cross compiler must never see /usr/include as a
@@ -102,7 +135,9 @@ function(ostra_add_library name)
   endif()
   add_library(${name} SHARED ${A_SOURCES})
   # strata.dll and strata.lib, as on every Windows toolchain.
-  set_target_properties(${name} PROPERTIES PREFIX "" IMPORT_PREFIX "" IMPORT_SUFFIX ".lib")
+  if(WIN32)
+    set_target_properties(${name} PROPERTIES PREFIX "" IMPORT_PREFIX "" IMPORT_SUFFIX ".lib")
+  endif()
   target_compile_definitions(${name} PRIVATE ${A_EXPORT_DEFINE})
   target_include_directories(${name} PUBLIC
     $<BUILD_INTERFACE:${A_INCLUDE_DIR}>

@@ -24,3 +24,21 @@ configure_and_build() {
     cmake --build "$BUILD" -j "$(nproc)"
   fi
 }
+
+# configure_native <build dir> [cmake options]: configures a tree of the
+# native sanitizer build (clang, OSTRA_PLATFORM=Posix) once; ccache is used
+# when it is installed.
+configure_native() {
+  dir=$1
+  shift
+  if [ ! -f "$dir/build.ninja" ]; then
+    launcher=""
+    if command -v ccache >/dev/null 2>&1; then
+      launcher="-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache"
+    fi
+    # shellcheck disable=SC2086
+    cmake -S "$ROOT" -B "$dir" -G Ninja -DOSTRA_PLATFORM=Posix \
+      -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
+      -DCMAKE_BUILD_TYPE=RelWithDebInfo $launcher "$@"
+  fi
+}

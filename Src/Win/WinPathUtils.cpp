@@ -246,28 +246,22 @@ UTF16String CombinePaths(const UTF16String& inBase, const UTF16String& inMore) {
   return UTF16String(combined.data(), length);
 }
 
-bool ArePathsRelative(const UTF16String& inFromPath, const UTF16String& inToPath,
-                      UTF16String& outRelative) {
-  if (!IsWinAPIAcceptablePath(inFromPath) || !IsWinAPIAcceptablePath(inToPath)) return false;
-  UTF16String directories[2] = {inFromPath, inToPath};
-  for (UTF16String& path : directories) {
-    std::replace(path.begin(), path.end(), L'/', L'\\');
-    // Deliberately always C:, whatever the system drive; the drive is
-    // skipped below anyway, so UNC paths compare by their components.
-    if (path.find(L':') == UTF16String::npos) path.insert(0, L"C:");
-    path = GetFullDirectoryPart(path);
-  }
-  const wchar_t* const from = ::PathFindNextComponentW(directories[0].c_str());
-  const wchar_t* const to = ::PathFindNextComponentW(directories[1].c_str());
-  if (!from || !to) return false;
-  if (!ShellCanRelate(from, to)) return Internal::RelativeDirectoryPath(from, to, outRelative);
+namespace Shell {
+
+const wchar_t* FindNextComponent(const wchar_t* inPath) { return ::PathFindNextComponentW(inPath); }
+
+bool RelateDirectories(const wchar_t* inFrom, const wchar_t* inTo, UTF16String& outRelative) {
+  if (!ShellCanRelate(inFrom, inTo))
+    return Internal::RelativeDirectoryPath(inFrom, inTo, outRelative);
   wchar_t relative[kShellMaxPath] = {};
-  if (!::PathRelativePathToW(relative, from, FILE_ATTRIBUTE_DIRECTORY, to,
+  if (!::PathRelativePathToW(relative, inFrom, FILE_ATTRIBUTE_DIRECTORY, inTo,
                              FILE_ATTRIBUTE_DIRECTORY))
     return false;
   outRelative = relative;
   return true;
 }
+
+}  // namespace Shell
 
 // ---------------------------------------------------------- queries on disk
 

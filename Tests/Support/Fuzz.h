@@ -16,8 +16,8 @@
 namespace OstraTest {
 
 // Text for failure messages: printable ASCII as is, any other unit as \uXXXX.
-template <class Char>
-std::string Show(const std::basic_string<Char>& inText) {
+template <class Char, class Traits, class Alloc>
+std::string Show(const std::basic_string<Char, Traits, Alloc>& inText) {
   std::string shown;
   for (Char c : inText) {
     const unsigned unit = static_cast<typename std::make_unsigned<Char>::type>(c);
@@ -58,15 +58,15 @@ class Fuzzer {
   bool OneIn(std::uint32_t inChance) { return Below(inChance) == 0; }
   std::uint64_t Bits64() { return mRandom(); }
 
-  template <class Char>
-  Char Pick(const std::basic_string<Char>& inAlphabet) {
+  template <class Char, class Traits, class Alloc>
+  Char Pick(const std::basic_string<Char, Traits, Alloc>& inAlphabet) {
     return inAlphabet[Below(static_cast<std::uint32_t>(inAlphabet.size()))];
   }
   // Up to inMaxLength characters of inAlphabet.
-  template <class Char>
-  std::basic_string<Char> Text(const std::basic_string<Char>& inAlphabet,
-                               std::uint32_t inMaxLength) {
-    std::basic_string<Char> text(Below(inMaxLength + 1), Char());
+  template <class Char, class Traits, class Alloc>
+  std::basic_string<Char, Traits, Alloc> Text(const std::basic_string<Char, Traits, Alloc>& inAlphabet,
+                                              std::uint32_t inMaxLength) {
+    std::basic_string<Char, Traits, Alloc> text(Below(inMaxLength + 1), Char());
     for (Char& c : text) c = Pick(inAlphabet);
     return text;
   }

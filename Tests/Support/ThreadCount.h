@@ -2,12 +2,17 @@
 // thread it caused to start has ended. -1 when the system cannot tell.
 #pragma once
 
-#include <windows.h>
-#include <tlhelp32.h>
+#if defined(_WIN32)
+#  include <windows.h>
+#  include <tlhelp32.h>
+#else
+#  include <dirent.h>
+#endif
 
 namespace OstraTest {
 
 inline int CountThreadsOfThisProcess() {
+#if defined(_WIN32)
   HANDLE snapshot = ::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
   if (snapshot == INVALID_HANDLE_VALUE) return -1;
   THREADENTRY32 entry = {};
@@ -17,6 +22,16 @@ inline int CountThreadsOfThisProcess() {
     if (entry.th32OwnerProcessID == ::GetCurrentProcessId()) ++count;
   ::CloseHandle(snapshot);
   return count;
+#else
+  // One entry per thread, besides "." and "..".
+  DIR* tasks = ::opendir("/proc/self/task");
+  if (!tasks) return -1;
+  int count = 0;
+  while (const dirent* entry = ::readdir(tasks))
+    if (entry->d_name[0] != '.') ++count;
+  ::closedir(tasks);
+  return count;
+#endif
 }
 
 }  // namespace OstraTest

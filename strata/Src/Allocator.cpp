@@ -2,11 +2,12 @@
 
 #include <atomic>
 #include <cstdint>
-#include <malloc.h>
 #include <mutex>
 #include <new>
 #include <unordered_map>
 #include <vector>
+
+#include "Platform.h"
 
 namespace strata {
 namespace allocator {
@@ -16,7 +17,7 @@ namespace {
 const std::size_t kAlignment = 4096;
 const std::size_t kMaxPooledBytes = std::size_t(64) << 20;
 
-void FreeStorage(unsigned char* inData) { _aligned_free(inData); }
+void FreeStorage(unsigned char* inData) { platform::FreeAligned(inData); }
 
 // Storage of released blocks, by block size, for the next Create of that size.
 class Pool {
@@ -111,7 +112,7 @@ RecycledMemoryRef RecycledMemory::Create(std::size_t inSize) {
   // Some runtimes add the alignment to the size without an overflow check.
   if (inSize == 0 || inSize > SIZE_MAX - 2 * kAlignment) return RecycledMemoryRef();
   unsigned char* data = GetPool().Take(inSize);
-  if (!data) data = static_cast<unsigned char*>(_aligned_malloc(inSize, kAlignment));
+  if (!data) data = static_cast<unsigned char*>(platform::AllocateAligned(inSize, kAlignment));
   if (!data) return RecycledMemoryRef();
 
   RecycledMemory* block = new (std::nothrow) RecycledMemory(data, inSize);

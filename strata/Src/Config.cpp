@@ -3,7 +3,7 @@
 #include <map>
 #include <mutex>
 
-#include "Win/WinProcess.h"
+#include "Platform.h"
 
 namespace strata {
 namespace config {
@@ -108,7 +108,7 @@ UTF16String GetClientName() {
   ConfigState& state = State();
   std::lock_guard<std::mutex> lock(state.mMutex);
   if (!state.mClientNameSet) {
-    state.mClientName = win::GetExecutableBaseName();
+    state.mClientName = platform::GetExecutableBaseName();
     state.mClientNameSet = true;
   }
   return state.mClientName;

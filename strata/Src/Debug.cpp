@@ -186,7 +186,13 @@ bool BreakAfterContractDialog(const DialogInfo& inInfo) { return ShouldBreak(Run
 
 std::string QualifiedFunctionName(const char* inSignature) {
   if (!inSignature) return std::string();
-  const std::string signature(inSignature);
+  std::string signature(inSignature);
+  // Clang writes an unnamed namespace as "(anonymous namespace)", which
+  // would read as a parameter list; it becomes GCC's "{anonymous}".
+  static const std::string kClangAnonymous = "(anonymous namespace)";
+  for (std::string::size_type at = signature.find(kClangAnonymous); at != std::string::npos;
+       at = signature.find(kClangAnonymous, at))
+    signature.replace(at, kClangAnonymous.size(), "{anonymous}");
   // The parameter list opens at the first '(' outside template arguments
   // that does not belong to an "operator()" name.
   int depth = 0;

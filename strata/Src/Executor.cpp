@@ -171,11 +171,14 @@ class ThreadedExecutor : public Executor {
 
   void Post(Task inTask, PostOptions::Type) override {
     STRATA_INPUT_CONTRACT(inTask != nullptr);
+    // Once queued, the task may run and drop this executor's last
+    // reference before Post returns: from then on only locals are used.
+    const std::shared_ptr<PoolState> state = mState;
     {
-      std::lock_guard<platform::Lock> lock(mState->mMutex);
-      mState->mTasks.Push(std::move(inTask));
+      std::lock_guard<platform::Lock> lock(state->mMutex);
+      state->mTasks.Push(std::move(inTask));
     }
-    mState->mWork.NotifyOne();
+    state->mWork.NotifyOne();
   }
 
   void WaitForAll() override { WaitForAllPosted(*mState); }
@@ -271,16 +274,19 @@ class SubExecutor : public Executor {
 
   void Post(Task inTask, PostOptions::Type) override {
     STRATA_INPUT_CONTRACT(inTask != nullptr);
+    // A runner already active may run the task, and with it drop this
+    // view's last reference, before Post returns: only locals after the push.
+    const std::shared_ptr<SubState> state = mState;
     bool launch = false;
     {
-      std::lock_guard<platform::Lock> lock(mState->mMutex);
-      mState->mTasks.Push(std::move(inTask));
-      if (mState->mActiveRunners < mState->mMaxConcurrency) {
-        ++mState->mActiveRunners;
+      std::lock_guard<platform::Lock> lock(state->mMutex);
+      state->mTasks.Push(std::move(inTask));
+      if (state->mActiveRunners < state->mMaxConcurrency) {
+        ++state->mActiveRunners;
         launch = true;
       }
     }
-    if (launch) LaunchRunner(mState);
+    if (launch) LaunchRunner(state);
   }
 
   void WaitForAll() override { WaitForAllPosted(*mState); }

@@ -21,6 +21,15 @@ void BreakIntoDebugger();
 // The value of an environment variable, empty when unset.
 std::string GetEnvironmentText(const char* inName);
 
+// Fills inCount bytes from the system's secure generator; false when it
+// failed.
+bool GetRandomBytes(unsigned char* outBytes, std::size_t inCount);
+
+// inSize bytes at a multiple of inAlignment (a power of two); null when
+// memory runs out. Freed only by FreeAligned.
+void* AllocateAligned(std::size_t inSize, std::size_t inAlignment);
+void FreeAligned(void* inData);
+
 // ---------------------------------------------------------------- threads
 
 // The system's own lock and condition (strata/Threads.h), under the names
@@ -45,9 +54,9 @@ class Thread {
   bool IsCurrentThread() const;
 
  private:
-  Thread(void* inHandle, std::uint32_t inId) : mHandle(inHandle), mId(inId) {}
-  void* mHandle;
-  std::uint32_t mId;
+  Thread(void* inHandle, std::uint64_t inId) : mHandle(inHandle), mId(inId) {}
+  void* mHandle;      // null once joined or detached
+  std::uint64_t mId;  // the system's name of the thread (POSIX: its pthread_t)
 };
 
 // One pointer per thread, kept in a slot of the system's own. The C++
@@ -70,12 +79,40 @@ class ThreadSlot {
 };
 
 std::uint32_t GetCurrentThreadId();
+// The executable's file name without folder and extension ("Host" for
+// "C:\Apps\Host.exe"); empty when the path is unknown.
+UTF16String GetExecutableBaseName();
 // Logical processors the process may run on; at least 1.
 unsigned GetProcessorCount();
 // The name a debugger and the system tools show for the calling thread.
 void SetCurrentThreadName(const std::string& inName);
 // inPriority is a strata::threads::ThreadPriority::Type.
 void SetCurrentThreadPriority(int inPriority);
+
+// ------------------------------------------------------------ file system
+
+// The separator this system's paths are joined with.
+extern const wchar_t kPathSeparator;
+
+// inPath (not empty) as an absolute path, "." and ".." resolved, without a
+// trailing separator; false when the system cannot make it absolute.
+bool MakeAbsolutePath(const UTF16String& inPath, UTF16String& outFull);
+
+// One open listing of a directory, in the order the system gives it, "."
+// and ".." included or not as the system has them.
+class DirectoryListing {
+ public:
+  struct Entry {
+    UTF16String mName;
+    bool mIsDirectory;
+    bool mIsLink;  // a junction or a symbolic link, whatever it points at
+  };
+  // Null when the directory cannot be listed (missing, unreadable).
+  static std::unique_ptr<DirectoryListing> Open(const UTF16String& inPath);
+  virtual ~DirectoryListing() = default;
+  // The next entry; false at the end of the listing.
+  virtual bool Next(Entry& outEntry) = 0;
+};
 
 }  // namespace platform
 }  // namespace strata

@@ -176,7 +176,8 @@ UTF16String NumberToMemoryString(std::uint64_t inBytes, int inDecimals, bool inD
     whole = DivideRounded(inBytes, divisor, decimals, fraction);
   }
 
-  UTF16String result = std::to_wstring(whole);
+  const std::string digits = std::to_string(whole);
+  UTF16String result(digits.begin(), digits.end());
   if (decimals > 0) {
     result += L'.';
     result.append(fraction, fraction + decimals);

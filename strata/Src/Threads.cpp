@@ -65,10 +65,10 @@ Gate::Gate(bool inOpen) : mImpl(new PrivateImpl(inOpen)) {}
 Gate::~Gate() = default;
 
 void Gate::Open() {
-  {
-    std::lock_guard<platform::Lock> lock(mImpl->mMutex);
-    mImpl->mOpen = true;
-  }
+  // Notified under the lock: a waiter that sees the gate open may destroy
+  // it at once, so nothing of it may be touched once the lock is released.
+  std::lock_guard<platform::Lock> lock(mImpl->mMutex);
+  mImpl->mOpen = true;
   mImpl->mOpened.NotifyAll();
 }
 

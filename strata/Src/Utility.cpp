@@ -1,6 +1,9 @@
 #include "strata/Utility.h"
 
 #include <cstring>
+#include <random>
+
+#include "Platform.h"
 
 namespace strata {
 namespace utility {
@@ -47,6 +50,21 @@ bool Guid::IsNull() const {
 
 bool operator==(const Guid& inA, const Guid& inB) {
   return std::memcmp(inA.mBytes, inB.mBytes, sizeof(inA.mBytes)) == 0;
+}
+
+Guid Guid::CreateUnique() {
+  Guid guid;
+  if (!platform::GetRandomBytes(guid.mBytes, sizeof(guid.mBytes))) {
+    // The system generator does not fail in practice; should it, the
+    // runtime's generator still gives a usable identifier.
+    std::random_device device;
+    for (unsigned char& byte : guid.mBytes) byte = static_cast<unsigned char>(device());
+  }
+  // Version 4 lives in the top nibble of Data3, stored little-endian.
+  guid.mBytes[7] = static_cast<unsigned char>((guid.mBytes[7] & 0x0F) | 0x40);
+  // RFC variant: the top two bits of Data4[0] are 10.
+  guid.mBytes[8] = static_cast<unsigned char>((guid.mBytes[8] & 0x3F) | 0x80);
+  return guid;
 }
 
 UTF16String Guid::AsString() const {
@@ -97,4 +115,17 @@ bool FileUtils::IsValidFileName(const UTF16String& inName) {
 UTF16String FileUtils::GetIllegalFilenameCharacters() { return kIllegalFilenameCharacters; }
 
 }  // namespace utility
+
+namespace platform {
+
+UTF16String GetExecutableBaseName() {
+  const UTF16String path = utility::GetModulePath(nullptr);
+  const std::size_t slash = path.find_last_of(L"\\/");
+  UTF16String name = slash == UTF16String::npos ? path : path.substr(slash + 1);
+  const std::size_t dot = name.rfind(L'.');
+  if (dot != UTF16String::npos && dot > 0) name.erase(dot);
+  return name;
+}
+
+}  // namespace platform
 }  // namespace strata

@@ -39,7 +39,8 @@ TEST_F(InterfaceRefTest, CopiesMovesAndResetsCountExactly) {
     InterfaceRef<IShape> c = std::move(b);
     EXPECT_TRUE(b.IsEmpty());
     EXPECT_EQ(2, a->GetRefCount());
-    c = c;  // self-assignment keeps the reference
+    InterfaceRef<IShape>& alias = c;
+    c = alias;  // self-assignment keeps the reference
     EXPECT_EQ(2, a->GetRefCount());
   }
   EXPECT_EQ(1, a->GetRefCount());

@@ -30,7 +30,7 @@ class RecordingDialogTest : public ::testing::Test {
 
 namespace Checks {
 struct Module {
-  static void Load(const std::wstring& inModulePath) { STRATA_INPUT_CONTRACT(!inModulePath.empty()); }
+  static void Load(const strata::UTF16String& inModulePath) { STRATA_INPUT_CONTRACT(!inModulePath.empty()); }
   static int Result(int inValue) {
     STRATA_OUTPUT_CONTRACT(inValue > 0);
     return inValue;
@@ -117,6 +117,9 @@ TEST(QualifiedFunctionName, StripsReturnTypeAndParameters) {
        "Ostra::Module::GetProcAddress"},
       {"int (__cdecl *__cdecl Ostra::Module::GetProcAddress(const std::string &) const)(void)",
        "Ostra::Module::GetProcAddress"},
+      {"static void (anonymous namespace)::Checks::Module::Load(const UTF16String &)",
+       "{anonymous}::Checks::Module::Load"},
+      {"void Ns::(anonymous namespace)::F()", "Ns::{anonymous}::F"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.signature);

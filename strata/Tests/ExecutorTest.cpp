@@ -1,7 +1,5 @@
 #include "strata/Executor.h"
 
-#include <windows.h>
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -93,50 +91,17 @@ TEST_F(ExecutorTest, EveryKindRunsAllTasksAndSerialOnesKeepPostingOrder) {
   }
 }
 
-TEST_F(ExecutorTest, ThreadsAreNamedAndRunTheirHooksOnce) {
-  typedef HRESULT(WINAPI * GetDescription)(HANDLE, PWSTR*);
-  const GetDescription getDescription = reinterpret_cast<GetDescription>(reinterpret_cast<void*>(
-      ::GetProcAddress(::GetModuleHandleW(L"kernel32.dll"), "GetThreadDescription")));
-  std::atomic<int> started{0}, ended{0};
-  std::mutex mutex;
-  std::vector<std::wstring> names;
-  std::vector<int> priorities;
-  {
-    ExecutorRef pool = strata::threads::CreateAsyncThreadedExecutor(
-        "Named Test Thread", 2, ThreadPriority::kAboveNormal,
-        [&] {
-          std::lock_guard<std::mutex> lock(mutex);
-          ++started;
-          priorities.push_back(::GetThreadPriority(::GetCurrentThread()));
-          PWSTR name = nullptr;
-          if (getDescription && SUCCEEDED(getDescription(::GetCurrentThread(), &name))) {
-            names.push_back(name);
-            ::LocalFree(name);
-          }
-        },
-        [&] { ++ended; }, ThreadAttributes());
-    ASSERT_TRUE(pool);
-    pool->Post([] {});
-    pool->WaitForAll();
-  }
-  EXPECT_EQ(2, started.load());
-  EXPECT_EQ(2, ended.load());
-  EXPECT_EQ(std::vector<int>(2, THREAD_PRIORITY_ABOVE_NORMAL), priorities);
-  if (!getDescription) GTEST_SKIP() << "this system has no GetThreadDescription";
-  EXPECT_EQ(std::vector<std::wstring>(2, L"Named Test Thread"), names);
-}
-
 TEST_F(ExecutorTest, ThrowingTaskIsReportedAndItsThreadCarriesOn) {
   ExecutorRef pool = MakePool(1);
-  DWORD firstThread = 0, lastThread = 0;
+  std::thread::id firstThread, lastThread;
   bool lastRan = false;
   pool->Post([&] {
-    firstThread = ::GetCurrentThreadId();
+    firstThread = std::this_thread::get_id();
     throw std::runtime_error("disk on fire");
   });
   pool->Post([] { throw 42; });
   pool->Post([&] {
-    lastThread = ::GetCurrentThreadId();
+    lastThread = std::this_thread::get_id();
     lastRan = true;
   });
   pool->WaitForAll();
@@ -161,7 +126,7 @@ TEST_F(ExecutorTest, ReleasingTheLastReferenceRunsQueuedTasksAndJoinsThreads) {
       pool.reset();
       for (int i = 0; i < 200; ++i)
         executor->Post([&ran, i] {
-          ::Sleep(i % 7 == 0 ? 1 : 0);
+          std::this_thread::sleep_for(std::chrono::milliseconds(i % 7 == 0 ? 1 : 0));
           ran.fetch_add(1);
         });
     }
@@ -184,7 +149,7 @@ TEST_F(ExecutorTest, LastReferenceReleasedInsideOwnTaskDoesNotDeadlock) {
   }
   ASSERT_TRUE(done.PassThrough(10000));
   // The thread that released it ends on its own, right after the task.
-  for (int i = 0; i < 500 && OstraTest::CountThreadsOfThisProcess() != mBaselineThreads; ++i) ::Sleep(10);
+  for (int i = 0; i < 500 && OstraTest::CountThreadsOfThisProcess() != mBaselineThreads; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
 }
 
 TEST_F(ExecutorTest, WaitForAllDoesNotWaitForTasksPostedAfterIt) {
@@ -199,13 +164,13 @@ TEST_F(ExecutorTest, WaitForAllDoesNotWaitForTasksPostedAfterIt) {
     waited = true;
   });
   waiting.PassThrough();
-  ::Sleep(200);  // the waiter is inside WaitForAll by now
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));  // the waiter is inside WaitForAll by now
   pool->Post([&] {
     laterMayEnd.PassThrough();
     laterDone = true;
   });
   firstMayEnd.Open();
-  for (int i = 0; i < 1000 && !waited; ++i) ::Sleep(5);
+  for (int i = 0; i < 1000 && !waited; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(5));
   EXPECT_TRUE(waited.load());
   EXPECT_FALSE(laterDone.load());
   laterMayEnd.Open();
@@ -228,14 +193,12 @@ TEST_F(ExecutorTest, WaitingForOwnExecutorInsideATaskIsReportedNotDeadlocked) {
 }
 
 TEST_F(ExecutorTest, CPUPoolIsOnePerProcessAndSizedToTheMachine) {
-  SYSTEM_INFO info;
-  ::GetSystemInfo(&info);
   {
     ExecutorRef first = strata::threads::CreateCPUBoundExecutor();
     ExecutorRef second = strata::threads::CreateCPUBoundExecutor();
     ASSERT_TRUE(first);
     EXPECT_EQ(first.get(), second.get());
-    EXPECT_EQ(mBaselineThreads + static_cast<int>(info.dwNumberOfProcessors), OstraTest::CountThreadsOfThisProcess());
+    EXPECT_EQ(mBaselineThreads + static_cast<int>(std::thread::hardware_concurrency()), OstraTest::CountThreadsOfThisProcess());
   }
   // Released by everyone: its threads are gone (TearDown), and a new one
   // starts when asked for.
@@ -266,20 +229,20 @@ class MainThreadTest : public ExecutorTest {
 TEST_F(MainThreadTest, DeferredCallsRunOnTheMainThreadOnlyWhenItPumps) {
   ASSERT_TRUE(mRegistration->IsRegistered());
   EXPECT_TRUE(strata::threads::IsMainThread());
-  const DWORD mainThread = ::GetCurrentThreadId();
-  std::vector<DWORD> ranOn;
+  const std::thread::id mainThread = std::this_thread::get_id();
+  std::vector<std::thread::id> ranOn;
   std::size_t pumpedElsewhere = 99;
   std::thread other([&] {
     EXPECT_FALSE(strata::threads::IsMainThread());
     for (int i = 0; i < 3; ++i)
-      strata::threads::PostToMainThread([&ranOn] { ranOn.push_back(::GetCurrentThreadId()); });
+      strata::threads::PostToMainThread([&ranOn] { ranOn.push_back(std::this_thread::get_id()); });
     pumpedElsewhere = strata::threads::RunMainThreadCalls();
   });
   other.join();
   EXPECT_EQ(0u, pumpedElsewhere);
   EXPECT_TRUE(ranOn.empty());
   EXPECT_EQ(3u, strata::threads::RunMainThreadCalls());
-  EXPECT_EQ(std::vector<DWORD>(3, mainThread), ranOn);
+  EXPECT_EQ(std::vector<std::thread::id>(3, mainThread), ranOn);
   EXPECT_EQ(0u, strata::threads::RunMainThreadCalls());
 }
 
@@ -343,7 +306,7 @@ TEST_F(MainThreadTest, MainThreadExecutorWaitsForThePump) {
   });
   while (ran.load() == 0) {
     strata::threads::RunMainThreadCalls();
-    ::Sleep(1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
   worker.join();
   EXPECT_TRUE(waited.load());

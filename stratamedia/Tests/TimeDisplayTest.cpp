@@ -59,7 +59,7 @@ TEST(DropFrame, LabelsMatchTheBroadcastCount) {
     EXPECT_EQ(row.text, Text(Frame(row.frame, RateOf(row.format)), RateOf(row.format), row.format));
   }
   // Every frame of a day has its own label, in order, and reads back.
-  std::wstring previous;
+  strata::UTF16String previous;
   for (std::int64_t frame = 0; frame < 2589408; ++frame) {
     const strata::UTF16String text = TimeToTimecode(Frame(frame, kNTSC), kNTSC, T::kTimecodeNTSCDrop);
     ASSERT_LT(previous, text) << frame;

@@ -8,6 +8,9 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#if !defined(_WIN32)
+#  include <condition_variable>
+#endif
 
 #include "strata/StrataConfig.h"
 
@@ -18,7 +21,8 @@ namespace threads {
 /// Wine, waking a thread through it and Condition costs a fraction of what
 /// the C++ runtime's thread emulation costs, and it never makes a handle.
 /// Meets BasicLockable, so std::unique_lock and std::lock_guard take it.
-/// Ready without any system call; one word.
+/// Ready without any system call; one word on Windows (elsewhere the C++
+/// library's mutex, which the thread sanitizer understands).
 ///
 /// Threading: any thread may take it; only the owner releases it, and the
 /// owner must not take it again. Failures: none; locking waits, it never
@@ -33,7 +37,11 @@ class STRATA_API Lock {
 
  private:
   friend class Condition;
+#if defined(_WIN32)
   void* mState = nullptr;  // the system lock's one word
+#else
+  std::mutex mState;
+#endif
 };
 
 /// A condition to wait for under a Lock. Waits take a predicate, so that a
@@ -79,7 +87,11 @@ class STRATA_API Condition {
   // Releases ioLock, waits for a notification (or a spurious wake-up, or
   // inTimeoutMs), and takes ioLock again.
   void WaitOnce(Lock& ioLock, std::uint32_t inTimeoutMs);
+#if defined(_WIN32)
   void* mState = nullptr;  // the system condition's one word
+#else
+  std::condition_variable mState;
+#endif
 };
 
 /// The calling thread's identifier as the system knows it; never 0. Unlike

@@ -2,33 +2,14 @@
 
 #include <windows.h>
 #include <bcrypt.h>
+#include <malloc.h>
 
-#include <random>
 #include <vector>
 
-#include "WinProcess.h"
+#include "Platform.h"
 
 namespace strata {
 namespace utility {
-
-// ------------------------------------------------------------------- Guid
-
-Guid Guid::CreateUnique() {
-  Guid guid;
-  const NTSTATUS status = BCryptGenRandom(nullptr, guid.mBytes, sizeof(guid.mBytes),
-                                          BCRYPT_USE_SYSTEM_PREFERRED_RNG);
-  if (status < 0) {
-    // The system generator does not fail in practice; should it, the
-    // runtime's generator still gives a usable identifier.
-    std::random_device device;
-    for (unsigned char& byte : guid.mBytes) byte = static_cast<unsigned char>(device());
-  }
-  // Version 4 lives in the top nibble of Data3, stored little-endian.
-  guid.mBytes[7] = static_cast<unsigned char>((guid.mBytes[7] & 0x0F) | 0x40);
-  // RFC variant: the top two bits of Data4[0] are 10.
-  guid.mBytes[8] = static_cast<unsigned char>((guid.mBytes[8] & 0x3F) | 0x80);
-  return guid;
-}
 
 // ------------------------------------------------------ HighPrecisionTime
 
@@ -101,16 +82,18 @@ bool FileUtils::IsHidden(const UTF16String& inPath) {
 
 }  // namespace utility
 
-namespace win {
+namespace platform {
 
-UTF16String GetExecutableBaseName() {
-  const UTF16String path = utility::GetModulePath(nullptr);
-  const std::size_t slash = path.find_last_of(L"\\/");
-  UTF16String name = slash == UTF16String::npos ? path : path.substr(slash + 1);
-  const std::size_t dot = name.rfind(L'.');
-  if (dot != UTF16String::npos && dot > 0) name.erase(dot);
-  return name;
+bool GetRandomBytes(unsigned char* outBytes, std::size_t inCount) {
+  return BCryptGenRandom(nullptr, outBytes, static_cast<ULONG>(inCount),
+                         BCRYPT_USE_SYSTEM_PREFERRED_RNG) >= 0;
 }
 
-}  // namespace win
+void* AllocateAligned(std::size_t inSize, std::size_t inAlignment) {
+  return _aligned_malloc(inSize, inAlignment);
+}
+
+void FreeAligned(void* inData) { _aligned_free(inData); }
+
+}  // namespace platform
 }  // namespace strata
