@@ -96,94 +96,24 @@ void ExpectPlaces(const BlockCache& inCache, const std::string& inPlaces, const 
   ExpectConsistent(inCache);
 }
 
-TEST(BlockCacheTest, BlocksSeenOnceGoFirstAndBlocksUsedAgainAreProtected) {
-  // Each step, then where the blocks 0..5 (offsets in blocks) are. The
-  // budget is four blocks, three of them at most protected; the file is
-  // too small to stream.
-  enum Op { kAdd, kGet, kPin, kUnpin, kBudget };
-  const struct {
-    Op op;
-    std::uint64_t block;  // for kBudget: the budget in blocks
-    const char* places;
-  } steps[] = {
-      {kAdd, 0, "p....."},   {kAdd, 1, "pp...."},   {kAdd, 2, "ppp..."},
-      {kGet, 0, "Ppp..."},   // used again: protected
-      {kAdd, 3, "Pppp.."},   {kAdd, 4, "P.ppp."},   // 1 goes before the older, protected 0
-      {kGet, 2, "P.Ppp."},   {kGet, 3, "P.PPp."},
-      {kGet, 4, "p.PPP."},   // over the protected cap: the oldest, 0, back on probation
-      {kAdd, 5, "..PPPp"},   {kGet, 5, "..pPPP"},  // 0 went; then 2 back on probation
-      {kPin, 3, "..p*PP"},   {kAdd, 0, "p..*PP"},   // 2 went, not the pinned 3
-      {kPin, 4, "p..**P"},   {kPin, 5, "p..***"},
-      {kAdd, 1, ".p.***"},   // 0 went: all others pinned
-      {kUnpin, 4, ".p.*P*"},  // back where it was
-      {kBudget, 1, "...*.*"},  // unpinned blocks go, probation first; pinned ones stay
-      {kUnpin, 3, ".....*"},  // an unpin lets the budget act at once
-      {kUnpin, 5, ".....P"},  {kUnpin, 5, ".....P"},  // an extra unpin is ignored
-      {kBudget, 0, "......"},
-  };
-  InterfaceRef<BlockCache> cache = BlockCache::Create(4 * kSize);
-  InterfaceRef<IFileBuffer> buffer = BufferFor(*cache, L"C:\\order.bin", 1, kSize);
-  WeakBlock added[6];
-  int step = 0;
-  for (const auto& row : steps) {
-    SCOPED_TRACE("step " + std::to_string(step++));
-    const std::uint64_t offset = row.block * kSize;
-    switch (row.op) {
-      case kAdd: {
-        SharedBlock block = MakeBlock(offset);
-        added[row.block] = block;
-        buffer->AddBlock(block, offset);
-        break;
-      }
-      case kGet: EXPECT_TRUE(Has(*buffer, offset)); break;
-      case kPin: buffer->PinBlock(offset, kSize); break;
-      case kUnpin: buffer->UnpinBlock(offset, kSize); break;
-      case kBudget: cache->SetByteBudget(row.block * kSize); break;
-    }
-    ExpectPlaces(*cache, row.places, added);
-  }
-}
+// One step of the tables below: what File A (or B) does with a block, or
+// what is done to the cache ('-'), then where the blocks are (ExpectPlaces).
+enum StepOp { kAdd, kHit, kMiss, kDepth, kPin, kUnpin, kBudget, kClose };
+struct Step {
+  StepOp op;
+  std::uint64_t value;  // a block; for kDepth: blocks read ahead; for kBudget: the budget in blocks
+  const char* places;
+  char file = 'A';
+};
 
-TEST(BlockCacheTest, AStreamKeepsItsBlocksInItsRing) {
-  // Two Files, A and B, on one large file. Each step, then where the
-  // blocks 0..9 are. The budget is 16 blocks until a row sets it.
-  enum Op { kAdd, kHit, kMiss, kDepth, kPin, kUnpin, kBudget, kClose };
-  const struct {
-    char file;
-    Op op;
-    std::uint64_t value;  // a block; for kDepth: blocks read ahead; for kBudget: the budget in blocks
-    const char* places;
-  } steps[] = {
-      {'A', kAdd, 0, "p........."},  {'A', kAdd, 1, "pp........"},
-      {'A', kAdd, 2, "ppr......."},  // the second step in order: a stream
-      {'A', kAdd, 3, "pprr......"},
-      {'A', kAdd, 4, "pp.rr....."},  // without read-ahead the ring keeps 2
-      {'A', kMiss, 5, "pp..r....."},  // a miss of the next block makes room before it is read
-      {'A', kAdd, 5, "pp..rr...."},
-      {'A', kHit, 4, "pp..pr...."},  // its own block again: one step up
-      {'B', kHit, 5, "pp..pp...."},  // another File's use: the same
-      {'B', kHit, 5, "pp..pP...."},  // and protected on the next
-      {'A', kDepth, 2, "pp..pP...."},
-      {'A', kAdd, 6, "pp..pPr..."},  {'A', kMiss, 7, "pp..pPr..."},
-      {'A', kAdd, 7, "pp..pPrr.."},  {'A', kAdd, 8, "pp..pPrrr."},
-      {'A', kMiss, 9, "pp..pPrrr."},  // blocks asked for ahead count: 3 + 1 of 4
-      {'A', kAdd, 9, "pp..pPrrrr"},  // the end of the file: read-ahead + 2 stay
-      {'A', kPin, 9, "pp..pPrrr*"},
-      {'-', kBudget, 6, "....pPrrr*"},   // probation goes first
-      {'-', kBudget, 2, "........r*"},   // rings keep half the budget, at least one block
-      {'-', kBudget, 1, ".........*"},   // and go too when nothing else is left
-      {'A', kUnpin, 9, ".........r"},
-      {'A', kClose, 0, ".........p"},    // a closing File's ring goes to probation
-      {'-', kBudget, 0, ".........."},
-  };
-  InterfaceRef<BlockCache> cache = BlockCache::Create(16 * kSize);
-  InterfaceRef<IFileBuffer> files[2] = {BufferFor(*cache, L"C:\\clip.mov"),
-                                        BufferFor(*cache, L"C:\\clip.mov")};
-  WeakBlock added[10];
+template <std::size_t inBlocks>
+void RunSteps(BlockCache& ioCache, InterfaceRef<IFileBuffer> (&ioFiles)[2],
+              const std::vector<Step>& inSteps) {
+  WeakBlock added[inBlocks];
   int step = 0;
-  for (const auto& row : steps) {
+  for (const Step& row : inSteps) {
     SCOPED_TRACE("step " + std::to_string(step++));
-    InterfaceRef<IFileBuffer>& file = files[row.file == 'B'];
+    InterfaceRef<IFileBuffer>& file = ioFiles[row.file == 'B'];
     const std::uint64_t offset = row.value * kSize;
     switch (row.op) {
       case kAdd: {
@@ -194,14 +124,71 @@ TEST(BlockCacheTest, AStreamKeepsItsBlocksInItsRing) {
       }
       case kHit: EXPECT_TRUE(Has(*file, offset)); break;
       case kMiss: EXPECT_FALSE(Has(*file, offset)); break;
-      case kDepth: Ostra::AsLibraryFileBuffer(file.Get())->SetReadAhead(static_cast<std::uint32_t>(row.value)); break;
+      case kDepth:
+        Ostra::AsLibraryFileBuffer(file.Get())->SetReadAhead(static_cast<std::uint32_t>(row.value));
+        break;
       case kPin: file->PinBlock(offset, kSize); break;
       case kUnpin: file->UnpinBlock(offset, kSize); break;
-      case kBudget: cache->SetByteBudget(row.value * kSize); break;
+      case kBudget: ioCache.SetByteBudget(row.value * kSize); break;
       case kClose: file.Reset(); break;
     }
-    ExpectPlaces(*cache, row.places, added);
+    ASSERT_EQ(inBlocks, std::string(row.places).size());
+    ExpectPlaces(ioCache, row.places, added);
   }
+}
+
+TEST(BlockCacheTest, BlocksSeenOnceGoFirstAndBlocksUsedAgainAreProtected) {
+  // Where the blocks 0..5 are after each step. The budget is four blocks,
+  // three of them at most protected; the file is too small to stream.
+  InterfaceRef<BlockCache> cache = BlockCache::Create(4 * kSize);
+  InterfaceRef<IFileBuffer> files[2] = {BufferFor(*cache, L"C:\\order.bin", 1, kSize), {}};
+  RunSteps<6>(*cache, files, {
+      {kAdd, 0, "p....."},   {kAdd, 1, "pp...."},   {kAdd, 2, "ppp..."},
+      {kHit, 0, "Ppp..."},   // used again: protected
+      {kAdd, 3, "Pppp.."},   {kAdd, 4, "P.ppp."},   // 1 goes before the older, protected 0
+      {kHit, 2, "P.Ppp."},   {kHit, 3, "P.PPp."},
+      {kHit, 4, "p.PPP."},   // over the protected cap: the oldest, 0, back on probation
+      {kAdd, 5, "..PPPp"},   {kHit, 5, "..pPPP"},  // 0 went; then 2 back on probation
+      {kPin, 3, "..p*PP"},   {kAdd, 0, "p..*PP"},   // 2 went, not the pinned 3
+      {kPin, 4, "p..**P"},   {kPin, 5, "p..***"},
+      {kAdd, 1, ".p.***"},   // 0 went: all others pinned
+      {kUnpin, 4, ".p.*P*"},  // back where it was
+      {kBudget, 1, "...*.*"},  // unpinned blocks go, probation first; pinned ones stay
+      {kUnpin, 3, ".....*"},  // an unpin lets the budget act at once
+      {kUnpin, 5, ".....P"},  {kUnpin, 5, ".....P"},  // an extra unpin is ignored
+      {kBudget, 0, "......"},
+  });
+}
+
+TEST(BlockCacheTest, AStreamKeepsItsBlocksInItsRing) {
+  // Two Files, A and B, on one large file; where the blocks 0..9 are after
+  // each step. The budget is 16 blocks until a row sets it.
+  InterfaceRef<BlockCache> cache = BlockCache::Create(16 * kSize);
+  InterfaceRef<IFileBuffer> files[2] = {BufferFor(*cache, L"C:\\clip.mov"),
+                                        BufferFor(*cache, L"C:\\clip.mov")};
+  RunSteps<10>(*cache, files, {
+      {kAdd, 0, "p........."},  {kAdd, 1, "pp........"},
+      {kAdd, 2, "ppr......."},  // the second step in order: a stream
+      {kAdd, 3, "pprr......"},
+      {kAdd, 4, "pp.rr....."},  // without read-ahead the ring keeps 2
+      {kMiss, 5, "pp..r....."},  // a miss of the next block makes room before it is read
+      {kAdd, 5, "pp..rr...."},
+      {kHit, 4, "pp..pr...."},  // its own block again: one step up
+      {kHit, 5, "pp..pp....", 'B'},  // another File's use: the same
+      {kHit, 5, "pp..pP....", 'B'},  // and protected on the next
+      {kDepth, 2, "pp..pP...."},
+      {kAdd, 6, "pp..pPr..."},  {kMiss, 7, "pp..pPr..."},
+      {kAdd, 7, "pp..pPrr.."},  {kAdd, 8, "pp..pPrrr."},
+      {kMiss, 9, "pp..pPrrr."},  // blocks asked for ahead count: 3 + 1 of 4
+      {kAdd, 9, "pp..pPrrrr"},  // the end of the file: read-ahead + 2 stay
+      {kPin, 9, "pp..pPrrr*"},
+      {kBudget, 6, "....pPrrr*", '-'},  // probation goes first
+      {kBudget, 2, "........r*", '-'},  // rings keep half the budget, at least one block
+      {kBudget, 1, ".........*", '-'},  // and go too when nothing else is left
+      {kUnpin, 9, ".........r"},
+      {kClose, 0, ".........p"},  // a closing File's ring goes to probation
+      {kBudget, 0, "..........", '-'},
+  });
 }
 
 TEST(BlockCacheTest, TheHotSetSurvivesStreamsAndAClipPlayedAgainStays) {
