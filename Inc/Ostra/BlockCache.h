@@ -27,9 +27,12 @@
 ///
 /// One long read cannot flood the pool. A File that reads a file larger
 /// than a quarter of the budget in order keeps its blocks in a small ring
-/// of its own (its read-ahead depth + 2 blocks, at most half the budget for
-/// all rings together), whose memory is reused for its next blocks while
-/// it is still in the processor's caches. Other blocks start on probation.
+/// of its own, whose memory is reused for its next blocks while it is still
+/// in the processor's caches. The ring keeps the File's read-ahead depth
+/// (File::SetReadAhead) + 2 blocks, counting those it asked for ahead and
+/// has not read yet: mid-stream the block being read and the one before,
+/// at the end of the file its last depth + 2 blocks; all rings together
+/// keep at most half the budget. Other blocks start on probation.
 /// Each use moves a block one step up: from a ring to probation, from
 /// probation to the protected blocks (at most 3/4 of the budget), which go
 /// last. A block read again soon after it left a ring starts on probation,
