@@ -138,11 +138,13 @@ inline void Report(const Measurement& inCase, const Measurement& inBaseline) {
 
 // A goal line: what it measures, the median with its range, the target and
 // whether the median meets it. inAtLeast: the figure must reach the target
-// (a speed); otherwise it must stay at or below it (a cost).
-inline bool Goal(const char* inWhat, const Spread& inFigure, double inTarget, bool inAtLeast) {
+// (a speed); otherwise it must stay at or below it (a cost). inUnit follows
+// each number: "x" for ratios, "%" or " points" for shares.
+inline bool Goal(const char* inWhat, const Spread& inFigure, double inTarget, bool inAtLeast,
+                 const char* inUnit = "x") {
   const bool met = inAtLeast ? inFigure.median >= inTarget : inFigure.median <= inTarget;
-  std::printf("  goal: %-62s %5.2fx (%.2f-%.2f), target %s %.2fx: %s\n", inWhat, inFigure.median,
-              inFigure.min, inFigure.max, inAtLeast ? ">=" : "<=", inTarget,
+  std::printf("  goal: %-62s %5.2f%s (%.2f-%.2f), target %s %.2f%s: %s\n", inWhat, inFigure.median,
+              inUnit, inFigure.min, inFigure.max, inAtLeast ? ">=" : "<=", inTarget, inUnit,
               met ? "met" : "NOT MET");
   return met;
 }

@@ -1,22 +1,78 @@
 // The library's block cache: one pool under one lock, an index from (file
-// version, offset, size) to each block's entry, and two lists of entries:
-// the unpinned ones, most recently used first, which eviction takes from
-// the back, and the pinned ones, which it never touches. The lock is held
-// only for that bookkeeping: the File copies from a block outside it, and
-// blocks the pool drops are let go after it (freeing one takes the
-// allocator's own lock).
+// version, offset, size) to each block's entry, and the entries in
+// segments, each a list, most recently used first:
 //
-// One lock rather than shards: a call holds it for a lookup and a few
-// pointer moves, a File calls the cache once per block of 64 KiB or more,
-// and one order of use over the whole pool needs no search across shards
-// to find the block to evict.
+// - a ring for each File that streams: the blocks it read in order and
+//   nobody used since;
+// - probation: blocks seen once, read by Files that do not stream;
+// - protected: blocks used again;
+// - pinned: blocks some File pinned, whatever their segment, to which they
+//   return when the last pin goes; eviction never touches them;
+// - ghosts: the keys of blocks that left a ring, without their memory.
+//
+// Why. A host plays or imports clips larger than the whole budget. Under
+// plain LRU one such read walks every other block out of the pool
+// (sequential flooding), and each of its blocks is written into memory the
+// pool let go a budget's worth of reading earlier, long out of the
+// processor's caches. Storage engines answer both the same way: a scan
+// gets a few buffers of its own (PostgreSQL's ring for sequential scans),
+// and a block joins the protected set only when it is used again (Linux's
+// inactive and active lists; 2Q; segmented LRU). A ring's oldest block
+// goes back to the allocator's pool, which hands out the storage freed
+// last first, so the stream's next block lands in memory it used a few
+// blocks before, still in the processor's caches.
+//
+// Two fixed queues rather than adaptive replacement (ARC): what ARC adapts
+// to, long reads of blocks used once, never reaches the shared segments
+// here, and ARC would let a stream into its recency list up to its adaptive
+// target, which is the flood this avoids. A fixed cap on the protected
+// segment (3/4 of the budget) keeps room for new blocks to prove
+// themselves. The rules:
+//
+// - A File streams when it adds blocks in order (each at most 4 blocks
+//   after the one before, two steps in a row) and its file is larger than a
+//   quarter of the budget. A smaller file read in order (a project, a
+//   thumbnail) is likely to be read again whole and goes through probation,
+//   as PostgreSQL rings only tables larger than a quarter of its buffers.
+// - A streaming File's blocks go to its ring, which keeps the File's
+//   read-ahead depth + 2 blocks, counting those the File asked for ahead
+//   and has not added yet: mid-stream that is its current block and the one
+//   before (the read-ahead thread holds the next ones), at the end of the
+//   file its last depth + 2 blocks, so that scrubbing back hits. A miss
+//   ahead makes room at once, so that the memory freed is what the next
+//   block is read into. All rings together keep at most half the budget.
+// - Each use moves a block one step up: from a ring to probation, from
+//   probation to protected, to the front within protected. A stream's
+//   block thus needs two more uses to be protected, whether its own File
+//   goes back to it (a demuxer reading back and forth, a reference 2Q
+//   would call correlated) or another File reads it. Beyond the protected
+//   cap, the least recently used protected blocks go back to the front of
+//   probation.
+// - A block that left a ring leaves a ghost; the ghosts stand for at most
+//   the budget. A block added again while its ghost remains goes to
+//   probation, not to a ring: a clip played twice is cached from its second
+//   play on, when it fits, while a file longer than the budget played in a
+//   loop finds no ghosts of its own and floods nothing.
+// - A closing File's ring goes to the front of probation: a host that
+//   opens the file again to go on or look back finds its last blocks, and
+//   they go before any block used twice.
+// - Over the budget the pool evicts the back of probation, then of
+//   protected, then of the fullest ring. Pinned blocks count towards the
+//   budget but are never evicted.
+//
+// The lock is held only for bookkeeping: the File copies from a block
+// outside it, and blocks the pool drops are let go after it (freeing one
+// takes the allocator's own lock). One lock rather than shards: a call
+// holds it for a lookup and a few pointer moves, a File calls the cache
+// once per block of 64 KiB or more, and one order of use over the whole
+// pool needs no search across shards to find the block to evict.
 //
 // Nothing here throws. Whatever a call must allocate (a list node, an index
-// node, a version, a pin record, a buffer) is made before anything changes;
-// the change itself is list splices, erasures and counting, which cannot
-// fail. A failed allocation thus leaves the pool as it was, and the call
-// does without the optional work: the block is not kept, the pin not made,
-// the version not shared.
+// node, a version, a pin record, a buffer, a stream record) is made before
+// anything changes; the change itself is list splices, erasures and
+// counting, which cannot fail. A failed allocation thus leaves the pool as
+// it was, and the call does without the optional work: the block is not
+// kept, the pin not made, the version not shared, the ghost not left.
 #include "Ostra/BlockCache.h"
 
 #include <algorithm>
@@ -52,6 +108,12 @@ using strata::threads::RecursiveMutex;
 // assumes the file's times and this machine's clock agree: a file server's
 // clock that runs behind shortens the window by as much.
 const std::uint64_t kRacyWindow = 2 * 10000000ull;
+
+// A File streams from its kStreamSteps-th step in a row on, a step being an
+// addition at most kStreamStride blocks after the one before (the blocks
+// between may have been found in the pool and not added).
+const int kStreamSteps = 2;
+const std::uint64_t kStreamStride = 4;
 
 std::uint64_t NowAsFileTime() noexcept {
   // FILETIME counts 100 ns from 1601, the system clock from 1970.
@@ -105,23 +167,60 @@ class Version {
   const FileKey mKey;
 };
 
+struct Segment;
+struct Stream;
+
 struct Entry {
   BlockKey key;
-  SharedBlock block;
+  std::uint64_t bytes = 0;  // the block's size, also kept by a ghost
+  SharedBlock block;        // empty for a ghost
   std::shared_ptr<Version> version;  // empty for a buffer's private blocks
-  int pins;
+  int pins = 0;
+  Segment* home = nullptr;  // where it is, or returns to when its last pin goes
 };
 
 typedef std::list<Entry> EntryList;
 
+struct Tally {
+  std::uint64_t blocks = 0;
+  std::uint64_t bytes = 0;
+};
+
+// Entries, most recently used first, and what they hold.
+struct Segment {
+  EntryList entries;
+  Tally tally;
+  Tally* group = nullptr;    // counted here too (all rings together)
+  Stream* stream = nullptr;  // the File a ring belongs to
+};
+
+// What the pool knows of one buffer's reading; under the pool's lock.
+struct Stream {
+  Stream() { ring.stream = this; }
+  Stream(const Stream&) = delete;
+  Stream& operator=(const Stream&) = delete;
+
+  Segment ring;
+  std::uint64_t fileSize = 0;
+  std::uint64_t depth = 0;       // the File's read-ahead in blocks
+  bool started = false;          // a block was added since SetFile
+  std::uint64_t lastAdded = 0;   // the offset of the block added last
+  std::uint32_t blockSize = 0;   // and its size
+  int steps = 0;                 // additions in order just before
+  std::uint64_t askedAhead = 0;  // the furthest block asked for ahead of lastAdded
+};
+
+typedef std::list<Stream> StreamList;
+
 class Pool {
  public:
-  explicit Pool(std::uint64_t inBudget) { mCounts.byteBudget = inBudget; }
+  explicit Pool(std::uint64_t inBudget) : mBudget(inBudget) {}
   ~Pool() {
     // Entries hold Versions, which leave the table as they go: entries first.
     mIndex.clear();
-    mUnpinned.clear();
-    mPinned.clear();
+    mStreams.clear();
+    for (Segment* segment : {&mProbation, &mProtected, &mPinned, &mGhosts})
+      segment->entries.clear();
   }
 
   // A version id no file shares.
@@ -151,49 +250,107 @@ class Pool {
     if (found != mVersions.end() && found->second.expired()) mVersions.erase(found);
   }
 
-  bool Get(const BlockKey& inKey, SharedBlock& outBlock) noexcept {
+  // A new buffer's stream record. Throws std::bad_alloc (and then changes
+  // nothing).
+  StreamList::iterator NewStream() {
+    StreamList made;
+    made.emplace_back();
+    made.front().ring.group = &mRings;
+    RecursiveMutex::ScopedLock lock(mMutex);
+    mStreams.splice(mStreams.end(), made);
+    return std::prev(mStreams.end());
+  }
+
+  // A buffer going: its ring goes to the front of probation, and so do its
+  // pinned blocks when their pins go.
+  void EndStream(StreamList::iterator inStream) noexcept {
+    StreamList ended;
+    RecursiveMutex::ScopedLock lock(mMutex);
+    Segment& ring = inStream->ring;
+    for (Entry& entry : ring.entries) entry.home = &mProbation;
+    for (Entry& entry : mPinned.entries)
+      if (entry.home == &ring) entry.home = &mProbation;
+    mProbation.tally.blocks += ring.tally.blocks;
+    mProbation.tally.bytes += ring.tally.bytes;
+    mRings.blocks -= ring.tally.blocks;
+    mRings.bytes -= ring.tally.bytes;
+    mProbation.entries.splice(mProbation.entries.begin(), ring.entries);
+    ended.splice(ended.begin(), mStreams, inStream);
+  }
+
+  // SetFile: a new file, nothing read of it yet.
+  void StartFile(Stream& ioStream, std::uint64_t inSize) noexcept {
+    RecursiveMutex::ScopedLock lock(mMutex);
+    ioStream.fileSize = inSize;
+    ioStream.started = false;
+    ioStream.steps = 0;
+  }
+
+  void SetDepth(Stream& ioStream, std::uint32_t inDepth) noexcept {
+    EntryList dropped;
+    RecursiveMutex::ScopedLock lock(mMutex);
+    ioStream.depth = inDepth;
+    TrimRing(ioStream, dropped);
+  }
+
+  bool Get(const BlockKey& inKey, Stream& ioAsker, SharedBlock& outBlock) noexcept {
+    EntryList dropped;
     RecursiveMutex::ScopedLock lock(mMutex);
     const auto found = mIndex.find(inKey);
-    if (found == mIndex.end()) {
+    if (found == mIndex.end() || !found->second->block) {
       ++mCounts.misses;
+      NoteAskedAhead(ioAsker, inKey, dropped);
       return false;
     }
     ++mCounts.hits;
-    Entry& entry = *found->second;
-    if (entry.pins == 0) mUnpinned.splice(mUnpinned.begin(), mUnpinned, found->second);
-    outBlock = entry.block;
+    Use(found->second);
+    outBlock = found->second->block;
     return true;
   }
 
-  void Add(const BlockKey& inKey, std::shared_ptr<Version> inVersion,
-           SharedBlock inBlock) noexcept {
+  void Add(const BlockKey& inKey, std::shared_ptr<Version> inVersion, SharedBlock inBlock,
+           Stream& ioAdder) noexcept {
     const std::uint64_t size = inBlock->GetSize();
     // Declared before the lock, so that they are let go after it.
     EntryList made, dropped;
     try {
-      made.push_back(Entry{inKey, std::move(inBlock), std::move(inVersion), 0});
+      made.push_back(Entry{inKey, size, std::move(inBlock), std::move(inVersion), 0, nullptr});
     } catch (const std::bad_alloc&) {
       // Not kept; still counted as offered.
     }
     RecursiveMutex::ScopedLock lock(mMutex);
     ++mCounts.additions;
-    if (made.empty()) return;
+    const bool streaming = NoteAdded(ioAdder, inKey);
     const auto found = mIndex.find(inKey);
-    if (found != mIndex.end()) {
+    bool cameBack = false;
+    if (found != mIndex.end() && found->second->block) {
       // Read again by another File meanwhile: the same bytes; the held copy
       // stays and counts as used.
-      if (found->second->pins == 0) mUnpinned.splice(mUnpinned.begin(), mUnpinned, found->second);
+      Use(found->second);
       return;
     }
-    try {
-      mIndex.emplace(inKey, made.begin());
-    } catch (const std::bad_alloc&) {
-      return;
+    if (made.empty()) return;
+    if (found != mIndex.end()) {
+      // A ghost: the block left a ring and is wanted again.
+      Unlink(found->second, dropped);
+      found->second = made.begin();
+      cameBack = true;
+    } else {
+      try {
+        mIndex.emplace(inKey, made.begin());
+      } catch (const std::bad_alloc&) {
+        return;
+      }
     }
-    mUnpinned.splice(mUnpinned.begin(), made);
-    ++mCounts.blocks;
-    mCounts.bytes += size;
-    EvictToBudget(dropped);
+    Segment& to = streaming && !cameBack ? ioAdder.ring : mProbation;
+    made.front().home = &to;
+    Count(to, made.front(), true);
+    to.entries.splice(to.entries.begin(), made);
+    if (&to == &ioAdder.ring) {
+      ++mCounts.streamAdditions;
+      TrimRing(ioAdder, dropped);
+    }
+    Settle(dropped);
   }
 
   // Adds inDelta (+1 or -1) to the block's pins; false when the block is
@@ -202,25 +359,21 @@ class Pool {
     EntryList dropped;
     RecursiveMutex::ScopedLock lock(mMutex);
     const auto found = mIndex.find(inKey);
-    if (found == mIndex.end()) return false;
+    if (found == mIndex.end() || !found->second->block) return false;
     Entry& entry = *found->second;
-    const std::uint64_t size = entry.block->GetSize();
     if (inDelta > 0 && entry.pins++ == 0) {
-      mPinned.splice(mPinned.begin(), mUnpinned, found->second);
-      ++mCounts.pinnedBlocks;
-      mCounts.pinnedBytes += size;
+      Move(*entry.home, found->second, mPinned);
     } else if (inDelta < 0 && entry.pins > 0 && --entry.pins == 0) {
-      // Back among the evictable blocks as if just used; the budget acts at once.
-      mUnpinned.splice(mUnpinned.begin(), mPinned, found->second);
-      --mCounts.pinnedBlocks;
-      mCounts.pinnedBytes -= size;
-      EvictToBudget(dropped);
+      // Back where it was, as if just used; the limits act at once.
+      Move(mPinned, found->second, *entry.home);
+      if (entry.home->stream) TrimRing(*entry.home->stream, dropped);
+      Settle(dropped);
     }
     return true;
   }
 
-  // Drops every block of version inId, pinned or not (a buffer's private
-  // blocks when the buffer goes).
+  // Drops every block and ghost of version inId, pinned or not (a buffer's
+  // private blocks when the buffer goes).
   void DropVersion(std::uint64_t inId) noexcept {
     EntryList dropped;
     RecursiveMutex::ScopedLock lock(mMutex);
@@ -228,72 +381,226 @@ class Pool {
     while (found != mIndex.end() && found->first.version == inId) {
       const EntryList::iterator entry = found->second;
       found = mIndex.erase(found);
-      Drop(entry->pins > 0 ? mPinned : mUnpinned, entry, dropped);
+      Unlink(entry, dropped);
     }
   }
 
   void SetBudget(std::uint64_t inBudget) noexcept {
     EntryList dropped;
     RecursiveMutex::ScopedLock lock(mMutex);
-    mCounts.byteBudget = inBudget;
-    EvictToBudget(dropped);
+    mBudget = inBudget;
+    for (Stream& stream : mStreams) TrimRing(stream, dropped);
+    while (mGhosts.tally.bytes > mBudget) Remove(Oldest(mGhosts), dropped);
+    Settle(dropped);
   }
 
   std::uint64_t GetBudget() noexcept {
     RecursiveMutex::ScopedLock lock(mMutex);
-    return mCounts.byteBudget;
+    return mBudget;
   }
 
+  // Drops every unpinned block, and the ghosts.
   void Clear() noexcept {
     EntryList dropped;
     RecursiveMutex::ScopedLock lock(mMutex);
-    while (!mUnpinned.empty()) EvictOldest(dropped);
+    for (Segment* segment : {&mProbation, &mProtected, &mGhosts})
+      while (!segment->entries.empty()) Remove(Oldest(*segment), dropped);
+    for (Stream& stream : mStreams)
+      while (!stream.ring.entries.empty()) Remove(Oldest(stream.ring), dropped);
   }
 
   BlockCacheStatistics GetStatistics() noexcept {
     RecursiveMutex::ScopedLock lock(mMutex);
-    return mCounts;
+    BlockCacheStatistics statistics = mCounts;
+    statistics.streamBlocks = mRings.blocks;
+    statistics.streamBytes = mRings.bytes;
+    statistics.probationBlocks = mProbation.tally.blocks;
+    statistics.probationBytes = mProbation.tally.bytes;
+    statistics.protectedBlocks = mProtected.tally.blocks;
+    statistics.protectedBytes = mProtected.tally.bytes;
+    statistics.pinnedBlocks = mPinned.tally.blocks;
+    statistics.pinnedBytes = mPinned.tally.bytes;
+    statistics.blocks = mRings.blocks + mProbation.tally.blocks + mProtected.tally.blocks +
+                        mPinned.tally.blocks;
+    statistics.bytes = Held();
+    statistics.byteBudget = mBudget;
+    return statistics;
   }
 
   void ResetCounters() noexcept {
     RecursiveMutex::ScopedLock lock(mMutex);
-    mCounts.hits = mCounts.misses = mCounts.additions = mCounts.evictions = 0;
+    mCounts = BlockCacheStatistics();
   }
 
  private:
-  // With the lock held: oldest unpinned blocks first, until the pool fits
-  // its budget or holds only pinned blocks.
-  void EvictToBudget(EntryList& ioDropped) noexcept {
-    while (mCounts.bytes > mCounts.byteBudget && !mUnpinned.empty()) EvictOldest(ioDropped);
+  // Everything below runs with the lock held.
+
+  std::uint64_t Held() const noexcept {
+    return mRings.bytes + mProbation.tally.bytes + mProtected.tally.bytes + mPinned.tally.bytes;
   }
 
-  void EvictOldest(EntryList& ioDropped) noexcept {
-    const EntryList::iterator oldest = std::prev(mUnpinned.end());
-    mIndex.erase(oldest->key);
-    Drop(mUnpinned, oldest, ioDropped);
+  static EntryList::iterator Oldest(Segment& inSegment) noexcept {
+    return std::prev(inSegment.entries.end());
   }
 
-  // Moves an entry already out of the index from ioList to ioDropped and
-  // out of the counts.
-  void Drop(EntryList& ioList, EntryList::iterator inEntry, EntryList& ioDropped) noexcept {
-    const std::uint64_t size = inEntry->block->GetSize();
-    if (inEntry->pins > 0) {
-      --mCounts.pinnedBlocks;
-      mCounts.pinnedBytes -= size;
+  static void Count(Segment& ioSegment, const Entry& inEntry, bool inIn) noexcept {
+    for (Tally* tally : {&ioSegment.tally, ioSegment.group}) {
+      if (!tally) continue;
+      if (inIn) {
+        ++tally->blocks;
+        tally->bytes += inEntry.bytes;
+      } else {
+        --tally->blocks;
+        tally->bytes -= inEntry.bytes;
+      }
     }
-    --mCounts.blocks;
-    mCounts.bytes -= size;
+  }
+
+  // The segment whose list holds the entry now.
+  Segment& Where(const Entry& inEntry) noexcept {
+    return inEntry.pins > 0 ? mPinned : *inEntry.home;
+  }
+
+  // Moves inEntry from ioFrom's list to the front of ioTo's.
+  static void Move(Segment& ioFrom, EntryList::iterator inEntry, Segment& ioTo) noexcept {
+    Count(ioFrom, *inEntry, false);
+    ioTo.entries.splice(ioTo.entries.begin(), ioFrom.entries, inEntry);
+    Count(ioTo, *inEntry, true);
+  }
+
+  // One step up on a use: a ring to probation, probation to protected,
+  // and the front of protected.
+  void Use(EntryList::iterator inEntry) noexcept {
+    Entry& entry = *inEntry;
+    Segment& from = Where(entry);
+    Segment* const home = entry.home == &mProbation || entry.home == &mProtected ? &mProtected
+                                                                                : &mProbation;
+    if (home != entry.home) ++mCounts.promotions;
+    entry.home = home;
+    Move(from, inEntry, Where(entry));
+    KeepProtectedWithinCap();
+  }
+
+  void KeepProtectedWithinCap() noexcept {
+    while (mProtected.tally.bytes > mBudget - mBudget / 4 && mProtected.tally.blocks > 1) {
+      const EntryList::iterator last = Oldest(mProtected);
+      last->home = &mProbation;
+      Move(mProtected, last, mProbation);
+    }
+  }
+
+  bool Streaming(const Stream& inStream) const noexcept {
+    return inStream.started && inStream.steps >= kStreamSteps && inStream.fileSize > mBudget / 4;
+  }
+
+  // An addition by inStream's buffer at inKey: whether it continues a stream.
+  bool NoteAdded(Stream& ioStream, const BlockKey& inKey) noexcept {
+    const bool step = ioStream.started && inKey.size == ioStream.blockSize &&
+                      inKey.offset > ioStream.lastAdded &&
+                      inKey.offset - ioStream.lastAdded <= kStreamStride * inKey.size;
+    ioStream.steps = step ? ioStream.steps + 1 : 0;
+    ioStream.started = true;
+    ioStream.lastAdded = inKey.offset;
+    ioStream.blockSize = inKey.size;
+    if (!step || ioStream.askedAhead < inKey.offset) ioStream.askedAhead = inKey.offset;
+    return Streaming(ioStream);
+  }
+
+  // A miss of inStream's buffer: when it is one of the blocks a streaming
+  // File reads next, its ring makes room now.
+  void NoteAskedAhead(Stream& ioStream, const BlockKey& inKey, EntryList& ioDropped) noexcept {
+    if (!Streaming(ioStream) || inKey.size != ioStream.blockSize ||
+        inKey.offset <= ioStream.lastAdded ||
+        (inKey.offset - ioStream.lastAdded) / inKey.size > ioStream.depth + 1)
+      return;
+    ioStream.askedAhead = std::max(ioStream.askedAhead, inKey.offset);
+    TrimRing(ioStream, ioDropped);
+  }
+
+  // A ring keeps depth + 2 of its File's blocks, those asked for ahead
+  // included, and at least the block added last; all rings together keep
+  // at most half the budget, the adder giving up its own blocks first.
+  void TrimRing(Stream& ioStream, EntryList& ioDropped) noexcept {
+    Segment& ring = ioStream.ring;
+    const std::uint64_t ahead = ioStream.blockSize > 0 && ioStream.askedAhead > ioStream.lastAdded
+                                    ? (ioStream.askedAhead - ioStream.lastAdded) / ioStream.blockSize
+                                    : 0;
+    const std::uint64_t reach = ioStream.depth + 2;
+    const std::uint64_t keep = reach - std::min(ahead, reach - 1);
+    while (ring.tally.blocks > keep) Release(Oldest(ring), ioDropped);
+    while (mRings.bytes > mBudget / 2 && ring.tally.blocks > 1) Release(Oldest(ring), ioDropped);
+  }
+
+  // Over the cap on protected blocks, or over the budget.
+  void Settle(EntryList& ioDropped) noexcept {
+    KeepProtectedWithinCap();
+    while (Held() > mBudget) {
+      if (!mProbation.entries.empty()) {
+        Remove(Oldest(mProbation), ioDropped);
+      } else if (!mProtected.entries.empty()) {
+        Remove(Oldest(mProtected), ioDropped);
+      } else {
+        Stream* fullest = nullptr;
+        for (Stream& stream : mStreams)
+          if (stream.ring.tally.bytes > (fullest ? fullest->ring.tally.bytes : 0)) fullest = &stream;
+        if (!fullest) break;  // only pinned blocks left
+        Release(Oldest(fullest->ring), ioDropped);
+      }
+    }
+  }
+
+  // A ring's block goes and leaves its ghost: the entry stays in the index
+  // and joins the ghosts, and the block leaves in another node, the oldest
+  // ghost's when the ghosts are full, else a new one (without memory for
+  // that, or when no ghost can stand for it, the block goes without one).
+  void Release(EntryList::iterator inEntry, EntryList& ioDropped) noexcept {
+    if (inEntry->bytes > mBudget) return Remove(inEntry, ioDropped);
+    EntryList carrier;
+    while (mGhosts.tally.bytes + inEntry->bytes > mBudget) {
+      const EntryList::iterator oldest = Oldest(mGhosts);
+      mIndex.erase(oldest->key);
+      Count(mGhosts, *oldest, false);
+      carrier.splice(carrier.begin(), mGhosts.entries, oldest);
+    }
+    if (carrier.empty()) {
+      try {
+        carrier.emplace_back();
+      } catch (const std::bad_alloc&) {
+        return Remove(inEntry, ioDropped);
+      }
+    }
+    carrier.front().block = std::move(inEntry->block);
     ++mCounts.evictions;
-    ioDropped.splice(ioDropped.begin(), ioList, inEntry);
+    Segment& ring = *inEntry->home;
+    inEntry->home = &mGhosts;
+    Move(ring, inEntry, mGhosts);
+    ioDropped.splice(ioDropped.begin(), carrier);
+  }
+
+  // Takes an entry out of the index and of its list, into ioDropped.
+  void Remove(EntryList::iterator inEntry, EntryList& ioDropped) noexcept {
+    mIndex.erase(inEntry->key);
+    Unlink(inEntry, ioDropped);
+  }
+
+  // Moves an entry already out of the index from its list to ioDropped and
+  // out of the counts.
+  void Unlink(EntryList::iterator inEntry, EntryList& ioDropped) noexcept {
+    Segment& from = Where(*inEntry);
+    Count(from, *inEntry, false);
+    if (inEntry->block) ++mCounts.evictions;
+    ioDropped.splice(ioDropped.begin(), from.entries, inEntry);
   }
 
   RecursiveMutex mMutex;
   std::atomic<std::uint64_t> mLastVersionId{0};
   std::map<FileKey, std::weak_ptr<Version>> mVersions;
   std::map<BlockKey, EntryList::iterator> mIndex;
-  EntryList mUnpinned;  // most recently used first
-  EntryList mPinned;
-  BlockCacheStatistics mCounts;  // byteBudget: the budget
+  std::uint64_t mBudget;
+  Segment mProbation, mProtected, mPinned, mGhosts;
+  StreamList mStreams;
+  Tally mRings;  // all rings together
+  BlockCacheStatistics mCounts;  // the counters only
 };
 
 Version::~Version() { mPool->Forget(mKey); }
@@ -307,14 +614,23 @@ std::set<const IFileBuffer*> sLibraryBuffers;
 
 // One File's view of the pool. It remembers what it pinned, so that an
 // unpin never takes away another File's pin and a buffer released with
-// pins left gives them back. Its private blocks go with it.
+// pins left gives them back, and it has the pool's record of its reading.
+// Its private blocks go with it; its ring goes to probation.
 class PoolBuffer : public IFileBuffer, public LibraryFileBuffer {
  public:
   // Throws std::bad_alloc when it cannot be registered.
   explicit PoolBuffer(std::shared_ptr<Pool> inPool)
-      : mPool(std::move(inPool)), mPrivateId(mPool->NewVersionId()), mVersionId(mPrivateId) {
-    RecursiveMutex::ScopedLock lock(sLibraryBuffersMutex);
-    sLibraryBuffers.insert(this);
+      : mPool(std::move(inPool)),
+        mStream(mPool->NewStream()),
+        mPrivateId(mPool->NewVersionId()),
+        mVersionId(mPrivateId) {
+    try {
+      RecursiveMutex::ScopedLock lock(sLibraryBuffersMutex);
+      sLibraryBuffers.insert(this);
+    } catch (...) {
+      mPool->EndStream(mStream);
+      throw;
+    }
   }
 
   ~PoolBuffer() override {
@@ -324,13 +640,17 @@ class PoolBuffer : public IFileBuffer, public LibraryFileBuffer {
     }
     for (const auto& pinned : mPins)
       for (int pin = 0; pin < pinned.second; ++pin) mPool->Pin(pinned.first, -1);
+    mPool->EndStream(mStream);
     mPool->DropVersion(mPrivateId);
   }
 
   void SetFileIdentity(const FileIdentity& inIdentity) noexcept override { mIdentity = inIdentity; }
 
+  void SetReadAhead(std::uint32_t inBlocks) noexcept override { mPool->SetDepth(*mStream, inBlocks); }
+
   void SetFile(const std::uint64_t& inLastModificationTime, const UTF16String& inPath,
                const std::uint64_t& inSize) noexcept override {
+    mPool->StartFile(*mStream, inSize);
     mShared.reset();
     mVersionId = mPrivateId;
     // Without a time of the last write or change there is nothing to tell
@@ -350,12 +670,13 @@ class PoolBuffer : public IFileBuffer, public LibraryFileBuffer {
   void AddBlock(SharedBlock inBlock, std::uint64_t inOffset) noexcept override {
     if (!inBlock) return;
     const BlockKey key{mVersionId, inOffset, static_cast<std::uint32_t>(inBlock->GetSize())};
-    mPool->Add(key, mShared, std::move(inBlock));
+    mPool->Add(key, mShared, std::move(inBlock), *mStream);
   }
 
   Result GetBlock(std::uint64_t inOffset, std::uint32_t inSize,
                   SharedBlock& outBlock) noexcept override {
-    return mPool->Get(BlockKey{mVersionId, inOffset, inSize}, outBlock) ? kSuccess : eFileNotFound;
+    return mPool->Get(BlockKey{mVersionId, inOffset, inSize}, *mStream, outBlock) ? kSuccess
+                                                                                   : eFileNotFound;
   }
 
   void UnpinBlock(std::uint64_t inOffset, std::uint32_t inSize) noexcept override {
@@ -385,6 +706,7 @@ class PoolBuffer : public IFileBuffer, public LibraryFileBuffer {
 
  private:
   const std::shared_ptr<Pool> mPool;
+  const StreamList::iterator mStream;
   const std::uint64_t mPrivateId;
   // Set by SetFile before the File reads; read-ahead threads start later.
   std::uint64_t mVersionId;

@@ -1,8 +1,9 @@
 // What the library's File tells the library's own block cache beyond
 // IFileBuffer::SetFile, which carries only path, last-write time and size:
 // enough to tell apart two versions of a file that agree on those three (a
-// same-size rewrite whose write time was kept or set back). Exported only
-// for the library's tests; not part of the public interface.
+// same-size rewrite whose write time was kept or set back), and how far the
+// File reads ahead, which sizes the ring of a File that streams. Exported
+// only for the library's tests; not part of the public interface.
 //
 // How the File reaches its buffer: IFileBuffer's slots are fixed (host
 // caches are built against them), and a host's buffer comes from another
@@ -34,6 +35,9 @@ struct FileIdentity {
 class LibraryFileBuffer {
  public:
   virtual void SetFileIdentity(const FileIdentity& inIdentity) noexcept = 0;
+  // The File's read-ahead in blocks (File::SetReadAhead), whenever it is
+  // set on an open File and once after SetFile.
+  virtual void SetReadAhead(std::uint32_t inBlocks) noexcept = 0;
 
  protected:
   ~LibraryFileBuffer() = default;

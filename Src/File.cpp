@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "BlockCachePrivate.h"
 #include "FilePrivate.h"
 #include "Ostra/PathUtils.h"
 #include "Ostra/Result.h"
@@ -199,6 +200,10 @@ void File::SetBufferSize(std::uint32_t inBufferSize) {
 void File::SetReadAhead(std::uint32_t inBlocks) {
   mImpl->mReadAheadBlocks = inBlocks;
   if (inBlocks == 0) mImpl->StopReadAhead();
+  // The library's own cache sizes a streaming File's ring by it.
+  if (mImpl->IsCached())
+    if (LibraryFileBuffer* own = AsLibraryFileBuffer(mImpl->mFileBuffer.Get()))
+      own->SetReadAhead(inBlocks);
 }
 
 void File::SetMultiBufferCount(int inCount) {

@@ -9,22 +9,34 @@
 
 namespace Ostra {
 
-/// What a BlockCache has done and holds; BlockCache::GetStatistics.
+/// What a BlockCache has done and holds; BlockCache::GetStatistics. Each
+/// block held is in exactly one of four places (see the file comment): a
+/// streaming File's ring, probation, protected, or pinned, so blocks is
+/// streamBlocks + probationBlocks + protectedBlocks + pinnedBlocks, and the
+/// same holds for bytes.
 struct BlockCacheStatistics {
   /// \name Counters since the cache was made or ResetCounters was called.
   ///@{
   std::uint64_t hits = 0;       ///< GetBlock found the block
   std::uint64_t misses = 0;     ///< GetBlock did not
   std::uint64_t additions = 0;  ///< AddBlock calls
-  std::uint64_t evictions = 0;  ///< blocks dropped (budget, Clear, a File's own on its close)
+  std::uint64_t evictions = 0;  ///< blocks dropped (budget, rings, Clear, a File's own on its close)
+  std::uint64_t streamAdditions = 0;  ///< blocks added to a streaming File's ring
+  std::uint64_t promotions = 0;  ///< uses that moved a block up: ring to probation, probation to protected
   ///@}
   /// \name The state now.
   ///@{
-  std::uint64_t blocks = 0;        ///< blocks held
-  std::uint64_t bytes = 0;         ///< bytes held
-  std::uint64_t pinnedBlocks = 0;  ///< blocks with at least one pin
-  std::uint64_t pinnedBytes = 0;   ///< bytes of those blocks
-  std::uint64_t byteBudget = 0;    ///< SetByteBudget's last value
+  std::uint64_t blocks = 0;           ///< blocks held
+  std::uint64_t bytes = 0;            ///< bytes held
+  std::uint64_t streamBlocks = 0;     ///< blocks in the rings of streaming Files
+  std::uint64_t streamBytes = 0;      ///< bytes of those blocks
+  std::uint64_t probationBlocks = 0;  ///< blocks seen once, outside the rings
+  std::uint64_t probationBytes = 0;   ///< bytes of those blocks
+  std::uint64_t protectedBlocks = 0;  ///< blocks used again
+  std::uint64_t protectedBytes = 0;   ///< bytes of those blocks
+  std::uint64_t pinnedBlocks = 0;     ///< blocks with at least one pin
+  std::uint64_t pinnedBytes = 0;      ///< bytes of those blocks
+  std::uint64_t byteBudget = 0;       ///< SetByteBudget's last value
   ///@}
 
   /// Hits as a share of lookups, 0 to 1; 0 before any lookup.
@@ -56,12 +68,27 @@ struct BlockCacheStatistics {
 /// What remains unseen is a same-size rewrite that sets the write time
 /// back on a file system that keeps no change time (FAT, exFAT); a host's
 /// own cache, told only path, write time and size, cannot see one that
-/// keeps the write time on any file system. Paths are compared as given,
-/// so two spellings of one path do not share. When the pool holds more
-/// than its budget, the least recently used unpinned blocks go first.
-/// Pinned blocks are never evicted, so the pool exceeds the budget only by
-/// blocks pinned when it was reached; a block that does not fit beside
-/// them is not kept at all.
+/// keeps the write time on any file system. Paths are
+/// compared as given, so two spellings of one path do not share.
+///
+/// One long read cannot flood the pool. A File that reads a file larger
+/// than a quarter of the budget in order keeps its blocks in a small ring
+/// of its own, whose memory is reused for its next blocks while it is still
+/// in the processor's caches. The ring keeps the File's read-ahead depth
+/// (File::SetReadAhead) + 2 blocks, counting those it asked for ahead and
+/// has not read yet: mid-stream the block being read and the one before,
+/// at the end of the file its last depth + 2 blocks; all rings together
+/// keep at most half the budget. Other blocks start on probation.
+/// Each use moves a block one step up: from a ring to probation, from
+/// probation to the protected blocks (at most 3/4 of the budget), which go
+/// last. A block read again soon after it left a ring starts on probation,
+/// so a clip played twice is cached from then on, if it fits; a closing
+/// File's ring goes to probation. When the pool holds more than its budget,
+/// the least recently used blocks on probation go first, then protected
+/// ones, then those of the rings. Pinned blocks count towards the budget but
+/// are never evicted, so the pool exceeds the budget only by blocks pinned
+/// when it was reached; a block that does not fit beside them is not kept
+/// at all.
 ///
 /// Threading: every member, and every operation of the buffers it makes,
 /// may be called from any thread at any time. One lock guards the pool, held

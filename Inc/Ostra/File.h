@@ -164,6 +164,8 @@ class OSTRA_API File {
   /// waits for the block being read. Read-ahead reads through a second
   /// handle on the file, so a File that does not share reading (no
   /// kShareRead) reads without it. SharedFile::ReadAt does not read ahead.
+  /// The library's BlockCache also sizes from it the ring in which it keeps
+  /// the blocks of a File that streams.
   void SetReadAhead(std::uint32_t inBlocks);
 
   /// FILETIME values of the open handle.

@@ -314,10 +314,12 @@ Result File::Create(const UTF16String& inPath, FileAccessFlags::Type inAccess,
     GetLastModificationTime(time);
     const std::uint64_t size = SizeOnDisk();
     // The library's own cache also learns what tells this version from a
-    // same-size rewrite that kept the write time; a host's cache only the three.
-    if (LibraryFileBuffer* own = AsLibraryFileBuffer(mImpl->mFileBuffer.Get()))
-      own->SetFileIdentity(ReadFileIdentity(mImpl->mHandle.Get()));
+    // same-size rewrite that kept the write time, and how far this File
+    // reads ahead; a host's cache only the three.
+    LibraryFileBuffer* const own = AsLibraryFileBuffer(mImpl->mFileBuffer.Get());
+    if (own) own->SetFileIdentity(ReadFileIdentity(mImpl->mHandle.Get()));
     mImpl->mFileBuffer->SetFile(time, inPath, size);
+    if (own) own->SetReadAhead(mImpl->mReadAheadBlocks);
     if (!mImpl->mBufferSizeSet && size >= kLargeFileThreshold &&
         mImpl->mBlockSize < kLargeFileBlockSize)
       mImpl->mBlockSize = kLargeFileBlockSize;
