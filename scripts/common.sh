@@ -2,14 +2,19 @@
 ROOT=$(cd "$(dirname "$0")/.." && pwd)
 BUILD=${OSTRA_BUILD_DIR:-$ROOT/build}
 
-# configure <build dir> [cmake options]: configures a build tree once.
+# configure <build dir> [cmake options]: configures a build tree once, the
+# same whichever script comes first. Every tree is built for fault
+# injection (OSTRA_FAULT_INJECTION), so that scripts/test runs the
+# allocation-fault suites; a tree configured before that is switched over.
 configure() {
   dir=$1
   shift
   if [ ! -f "$dir/build.ninja" ]; then
     cmake -S "$ROOT" -B "$dir" -G Ninja \
       -DCMAKE_TOOLCHAIN_FILE="$ROOT/cmake/mingw-w64-x86_64.cmake" \
-      -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@"
+      -DCMAKE_BUILD_TYPE=RelWithDebInfo -DOSTRA_FAULT_INJECTION=ON "$@"
+  elif ! grep -q '^OSTRA_FAULT_INJECTION:BOOL=ON$' "$dir/CMakeCache.txt"; then
+    cmake -S "$ROOT" -B "$dir" -DOSTRA_FAULT_INJECTION=ON
   fi
 }
 

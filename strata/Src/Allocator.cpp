@@ -9,6 +9,10 @@
 
 #include "Platform.h"
 
+#ifdef OSTRA_FAULT_INJECTION
+#include "AllocationFaults.h"
+#endif
+
 namespace strata {
 namespace allocator {
 
@@ -18,6 +22,14 @@ const std::size_t kAlignment = 4096;
 const std::size_t kMaxPooledBytes = std::size_t(64) << 20;
 
 void FreeStorage(unsigned char* inData) { platform::FreeAligned(inData); }
+
+// Block storage bypasses operator new, so it asks the fault countdown itself.
+unsigned char* AllocateStorage(std::size_t inSize) {
+#ifdef OSTRA_FAULT_INJECTION
+  if (internal::AllocationShouldFail()) return nullptr;
+#endif
+  return static_cast<unsigned char*>(platform::AllocateAligned(inSize, kAlignment));
+}
 
 // Storage of released blocks, by block size, for the next Create of that size.
 class Pool {
@@ -112,7 +124,7 @@ RecycledMemoryRef RecycledMemory::Create(std::size_t inSize) {
   // Some runtimes add the alignment to the size without an overflow check.
   if (inSize == 0 || inSize > SIZE_MAX - 2 * kAlignment) return RecycledMemoryRef();
   unsigned char* data = GetPool().Take(inSize);
-  if (!data) data = static_cast<unsigned char*>(platform::AllocateAligned(inSize, kAlignment));
+  if (!data) data = AllocateStorage(inSize);
   if (!data) return RecycledMemoryRef();
 
   RecycledMemory* block = new (std::nothrow) RecycledMemory(data, inSize);
