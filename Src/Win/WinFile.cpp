@@ -318,7 +318,13 @@ Result File::Create(const UTF16String& inPath, FileAccessFlags::Type inAccess,
     // reads ahead; a host's cache only the three.
     LibraryFileBuffer* const own = AsLibraryFileBuffer(mImpl->mFileBuffer.Get());
     if (own) own->SetFileIdentity(ReadFileIdentity(mImpl->mHandle.Get()));
-    mImpl->mFileBuffer->SetFile(time, inPath, size);
+    try {
+      mImpl->mFileBuffer->SetFile(time, inPath, size);
+    } catch (...) {
+      // A cache that cannot take the file leaves nothing open behind it.
+      Close();
+      throw;
+    }
     if (own) own->SetReadAhead(mImpl->mReadAheadBlocks);
     if (!mImpl->mBufferSizeSet && size >= kLargeFileThreshold &&
         mImpl->mBlockSize < kLargeFileBlockSize)

@@ -3,6 +3,7 @@
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <new>
 
 #include <boost/weak_ptr.hpp>
 
@@ -162,6 +163,11 @@ class ThreadedExecutor : public Executor {
 
   bool AddThread(std::size_t inStackSize) {
     const std::shared_ptr<PoolState> state = mState;
+    {
+      std::lock_guard<platform::Lock> lock(mState->mMutex);
+      mState->mTasks.ReserveRunners(mThreads.size() + 1);
+    }
+    mThreads.reserve(mThreads.size() + 1);
     std::unique_ptr<platform::Thread> thread =
         platform::Thread::Start(inStackSize, [state] { RunPoolThread(state); });
     if (!thread) return false;
@@ -203,7 +209,9 @@ struct SubState {
         mMaxConcurrency(inMaxConcurrency),
         mName(inParent->GetName() + (inMaxConcurrency == 1
                                          ? std::string(" (serial)")
-                                         : " (" + std::to_string(inMaxConcurrency) + " at a time)")) {}
+                                         : " (" + std::to_string(inMaxConcurrency) + " at a time)")) {
+    mTasks.ReserveRunners(inMaxConcurrency);
+  }
 
   Executor* const mParent;
   const std::uint32_t mMaxConcurrency;
@@ -217,11 +225,22 @@ struct SubState {
   ExecutorRef mParentKeepAlive;
 };
 
-void LaunchRunner(const std::shared_ptr<SubState>& inState);
+void RunSubTasks(const std::shared_ptr<SubState>& inState);
+
+// Posts a turn of the view's tasks to its parent; false when the parent
+// could not take it (no memory for the task).
+bool PostTurn(const std::shared_ptr<SubState>& inState) {
+  try {
+    inState->mParent->Post([inState] { RunSubTasks(inState); });
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
 
 // One turn on the parent: runs the view's tasks one after the other, then
 // hands the thread back so that a busy view cannot starve the parent's
-// other work.
+// other work; without memory to hand it back, the turn carries on.
 void RunSubTasks(const std::shared_ptr<SubState>& inState) {
   const int kTasksPerTurn = 32;
   SubState& state = *inState;
@@ -233,23 +252,13 @@ void RunSubTasks(const std::shared_ptr<SubState>& inState) {
       if (state.mWaiters != 0) state.mDone.NotifyAll();
       return;
     }
-    if (ran == kTasksPerTurn) break;
-    RunOldestTask(state, lock);
-  }
-  lock.unlock();
-  LaunchRunner(inState);
-}
-
-void LaunchRunner(const std::shared_ptr<SubState>& inState) {
-  try {
-    inState->mParent->Post([inState] { RunSubTasks(inState); });
-  } catch (...) {
-    {
-      std::lock_guard<platform::Lock> lock(inState->mMutex);
-      --inState->mActiveRunners;
+    if (ran == kTasksPerTurn) {
+      lock.unlock();
+      if (PostTurn(inState)) return;  // the next turn carries on
+      lock.lock();
+      ran = 0;
     }
-    inState->mDone.NotifyAll();
-    throw;
+    RunOldestTask(state, lock);
   }
 }
 
@@ -278,15 +287,26 @@ class SubExecutor : public Executor {
     // view's last reference, before Post returns: only locals after the push.
     const std::shared_ptr<SubState> state = mState;
     bool launch = false;
+    std::uint64_t number = 0;
     {
       std::lock_guard<platform::Lock> lock(state->mMutex);
-      state->mTasks.Push(std::move(inTask));
+      number = state->mTasks.Push(std::move(inTask));
       if (state->mActiveRunners < state->mMaxConcurrency) {
         ++state->mActiveRunners;
         launch = true;
       }
     }
-    if (launch) LaunchRunner(state);
+    if (!launch || PostTurn(state)) return;
+    // No turn to run it: a task left queued would be waited for in vain.
+    // Taken back and refused, unless a turn running meanwhile took it.
+    bool refused = false;
+    {
+      std::lock_guard<platform::Lock> lock(state->mMutex);
+      --state->mActiveRunners;
+      refused = state->mTasks.RemoveQueued(number);
+    }
+    state->mDone.NotifyAll();
+    if (refused) throw std::bad_alloc();
   }
 
   void WaitForAll() override { WaitForAllPosted(*mState); }

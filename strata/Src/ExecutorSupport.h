@@ -24,6 +24,10 @@ class TaskLedger {
     return mNextNumber++;
   }
   bool IsEmpty() const { return mQueue.empty(); }
+  // Room for inRunners tasks running at once, made up front: PopOldest then
+  // never allocates, so a runner cannot fail between taking a task and
+  // running it.
+  void ReserveRunners(std::size_t inRunners) { mRunning.reserve(inRunners); }
   std::uint64_t GetOldestNumber() const { return mQueue.front().first; }
 
   // Moves the oldest task out (the ledger must not be empty) and counts it
@@ -34,6 +38,18 @@ class TaskLedger {
     mQueue.pop_front();
     mRunning.push_back(number);
     return number;
+  }
+
+  // Takes back the queued task numbered inNumber; false when it is not
+  // queued (running or run already).
+  bool RemoveQueued(std::uint64_t inNumber) {
+    for (auto queued = mQueue.begin(); queued != mQueue.end(); ++queued) {
+      if (queued->first == inNumber) {
+        mQueue.erase(queued);
+        return true;
+      }
+    }
+    return false;
   }
 
   void Finished(std::uint64_t inNumber) {
