@@ -9,6 +9,7 @@
 #  include <dirent.h>
 #endif
 
+#include <cstring>
 #include <vector>
 
 namespace OstraTest {
@@ -33,14 +34,22 @@ inline int CountThreadsFromProcessList() {
                          static_cast<ULONG>(buffer.size()), &length)) == kInfoLengthMismatch)
     buffer.resize(buffer.size() * 2);
   if (status != 0) return -1;
-  for (std::size_t at = 0;;) {
-    const char* entry = buffer.data() + at;
-    if (*reinterpret_cast<const ULONG_PTR*>(entry + 0x50) == ::GetCurrentProcessId())
-      return static_cast<int>(*reinterpret_cast<const ULONG*>(entry + 4));
-    const ULONG next = *reinterpret_cast<const ULONG*>(entry);
+  // Read with memcpy: Wine does not keep the entries aligned, and the
+  // hardened build traps a misaligned load.
+  const auto field = [&buffer](std::size_t inAt, auto& outValue) {
+    std::memcpy(&outValue, buffer.data() + inAt, sizeof outValue);
+  };
+  for (std::size_t at = 0; at + 0x58 <= buffer.size();) {
+    ULONG_PTR process = 0;
+    ULONG threads = 0, next = 0;
+    field(at + 0x50, process);
+    field(at + 4, threads);
+    field(at, next);
+    if (process == ::GetCurrentProcessId()) return static_cast<int>(threads);
     if (next == 0) return -1;
     at += next;
   }
+  return -1;
 }
 
 #endif
