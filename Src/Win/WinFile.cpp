@@ -267,6 +267,8 @@ Result File::Create(const UTF16String& inPath, FileAccessFlags::Type inAccess,
                     FileAttributesFlags::Type inAttributes, bool inAllowDirectory) {
   STRATA_INPUT_CONTRACT(!IsOpen());
   if (!inAllowDirectory && PathUtils::IsDirectory(inPath)) return eUnknown;
+  // Copied before anything is opened: storing it later cannot fail then.
+  UTF16String path(inPath);
 
   int attributes = inAttributes;
   // Only a file nobody else writes (or whose owner says caching is safe)
@@ -302,7 +304,7 @@ Result File::Create(const UTF16String& inPath, FileAccessFlags::Type inAccess,
     else
       mImpl->mHandle.Reset(handle);
   }
-  mImpl->mPath = inPath;
+  mImpl->mPath.swap(path);
   if (!strata::ResultSucceeded(result)) {
     // A File that did not open holds no cache of its own.
     mImpl->mFileBuffer.Reset();

@@ -125,7 +125,11 @@ struct PoolState {
 
 void RunPoolThread(const std::shared_ptr<PoolState>& inState) {
   PoolState& state = *inState;
-  platform::SetCurrentThreadName(state.mName);
+  try {
+    platform::SetCurrentThreadName(state.mName);
+  } catch (...) {
+    // A name is for debuggers only: without memory for it the thread works unnamed.
+  }
   platform::SetCurrentThreadPriority(state.mPriority);
   detail::RunningScope scope(&state);
   if (state.mOnStart) detail::RunTaskReportingErrors(state.mOnStart, state.mName);
