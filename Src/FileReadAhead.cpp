@@ -129,16 +129,11 @@ std::unique_ptr<ReadAhead> ReadAhead::Start(void* inFileHandle) {
   try {
     Win::ScopedHandle handle(ReopenForReading(inFileHandle));
     if (!handle.IsValid()) return nullptr;
-    std::shared_ptr<State> state = std::make_shared<State>(std::move(handle));
-    strata::threads::ExecutorRef executor = AcquireExecutor();
-    if (!executor) return nullptr;
-    std::unique_ptr<ReadAhead> ahead;
-    try {
-      ahead.reset(new ReadAhead(std::move(state), executor));
-    } catch (...) {
-      ReleaseExecutor(executor);
-      throw;
-    }
+    // Everything that may fail comes before the thread is taken, which the
+    // ReadAhead then owns.
+    std::unique_ptr<ReadAhead> ahead(new ReadAhead(std::make_shared<State>(std::move(handle)), {}));
+    ahead->mExecutor = AcquireExecutor();
+    if (!ahead->mExecutor) return nullptr;
     return ahead;
   } catch (...) {
     // Read-ahead is optional: without memory for it the File reads alone.
@@ -157,7 +152,7 @@ ReadAhead::~ReadAhead() {
     mState->readEnded.Wait(lock, [this] { return mState->reading == 0; });
     mState->handle.Close();
   }
-  ReleaseExecutor(mExecutor);
+  if (mExecutor) ReleaseExecutor(mExecutor);
 }
 
 void ReadAhead::Schedule(std::uint64_t inBlockStart, std::uint32_t inBlockSize,

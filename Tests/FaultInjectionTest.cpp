@@ -18,11 +18,6 @@
 // the host made only when it is the fault injected on that thread during
 // that call: File::Read may pass on its cache's exception, never one from
 // the read-ahead thread; Close never throws.
-//
-// Faults that today's code does not survive are listed in kKnownDefects:
-// those that would hang or end the process are not injected, the others are
-// recorded, and a scenario that met one ends skipped, naming it.
-// OSTRA_FAULTS_INJECT_KNOWN=1 injects them all.
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -157,52 +152,6 @@ std::string SiteOf(const char* inOperation) {
          (name.empty() ? " on the unnamed library thread" : " on library thread '" + name + "'");
 }
 
-// ---------------------------------------------------------- known defects
-
-// Kinds of fault as bits, for KnownDefect::faults.
-const unsigned kHostThrows = 1u << static_cast<unsigned>(Fault::kRuntimeError) |
-                             1u << static_cast<unsigned>(Fault::kBadAlloc);
-const unsigned kAllocations = 1u << static_cast<unsigned>(Fault::kAllocation);
-const unsigned kThrows = kHostThrows | kAllocations;
-const unsigned kAnyFault = ~0u;
-
-// Faults that today's code does not survive. A row without a check is a
-// fault that hangs or ends the process: it is not injected (without a site
-// either, the scenario is not run). A row with one excuses that check's
-// failure. The rows go when the defects are fixed.
-struct KnownDefect {
-  const char* scenario;  // part of the scenario's name; "" for every scenario
-  const char* site;      // part of the fault's site; "" for every run, with or without a fault
-  unsigned faults;       // the kinds of fault it concerns (kAnyFault: runs without one too)
-  const char* check;     // part of the failed check; null: not injected
-  const char* defect;
-};
-
-// None today: every fault point of every scenario ends cleanly. A row
-// goes here while a defect the suite finds waits for its fix.
-const std::vector<KnownDefect> kKnownDefects;
-
-bool InjectKnownDefects() {
-  const char* value = std::getenv("OSTRA_FAULTS_INJECT_KNOWN");
-  return value && std::string(value) == "1";
-}
-
-// The row that excuses inCheck failing in a run of inScenario whose inFault
-// struck at inSite ("" when none did); with inCheck null, the row that keeps
-// the fault from being injected.
-const KnownDefect* FindKnownDefect(const std::string& inScenario, const std::string& inSite,
-                                   Fault inFault, const char* inCheck) {
-  for (const KnownDefect& known : kKnownDefects) {
-    if (inScenario.find(known.scenario) == std::string::npos) continue;
-    if (*known.site && (inSite.empty() || inSite.find(known.site) == std::string::npos)) continue;
-    if (!(known.faults & (1u << static_cast<unsigned>(inFault)))) continue;
-    if (!inCheck ? known.check == nullptr
-                 : known.check && std::string(inCheck).find(known.check) != std::string::npos)
-      return &known;
-  }
-  return nullptr;
-}
-
 // ------------------------------------------------------------------- runs
 
 // One run of a scenario with at most one fault, and what it saw. Shared by
@@ -213,7 +162,6 @@ class FaultRun {
            OstraTest::Watchdog& ioWatchdog)
       : mScenario(inScenario), mFault(inFault), mAt(inAt), mWatchdog(ioWatchdog) {}
 
-  const std::string& Scenario() const { return mScenario; }
   Fault GetFault() const { return mFault; }
   std::string Name() const {
     return mFault == Fault::kNone ? "no fault" : Describe(mFault) + (" " + std::to_string(mAt));
@@ -230,7 +178,8 @@ class FaultRun {
     if (mFault == Fault::kFailureResult && !inHasFailureResult) return false;
     const std::uint64_t call =
         mFault == Fault::kFailureResult ? mResultCalls.load() : mHostCalls.load();
-    if (call != mAt || !Strike(SiteOf(inOperation))) return false;
+    if (call != mAt) return false;
+    Strike(SiteOf(inOperation));
     if (mFault == Fault::kRuntimeError) throw std::runtime_error("injected fault");
     if (mFault == Fault::kBadAlloc) throw std::bad_alloc();
     return true;
@@ -252,7 +201,10 @@ class FaultRun {
   }
 
   // Whether the allocation the countdown reached may fail.
-  bool AllowAllocationFault() { return Strike(SiteOf("allocation")); }
+  bool AllowAllocationFault() {
+    Strike(SiteOf("allocation"));
+    return true;
+  }
 
   // An exception left inCall, a library call the host made on this thread.
   void ExceptionLeft(const char* inCall, bool inMayThrow, std::exception_ptr inException) {
@@ -297,11 +249,8 @@ class FaultRun {
     std::lock_guard<std::mutex> lock(mMutex);
     return mStruck;
   }
-  // The fault's call was reached (and struck, or spared as a known defect).
-  bool Reached() {
-    std::lock_guard<std::mutex> lock(mMutex);
-    return mStruck || mSpared;
-  }
+  // The fault's call was reached (and struck).
+  bool Reached() { return Struck(); }
   std::string Site() {
     std::lock_guard<std::mutex> lock(mMutex);
     return mSite;
@@ -310,10 +259,6 @@ class FaultRun {
   std::string Title() {
     std::lock_guard<std::mutex> lock(mMutex);
     return TitleLocked();
-  }
-  const KnownDefect* Spared() {
-    std::lock_guard<std::mutex> lock(mMutex);
-    return mSpared;
   }
   std::vector<std::pair<std::string, std::string>> Violations() {
     std::lock_guard<std::mutex> lock(mMutex);
@@ -335,19 +280,16 @@ class FaultRun {
   std::atomic<bool> mSlowLibraryThreads{false};
 
  private:
-  // The fault's call is here: false when it is spared as a known defect.
-  bool Strike(const std::string& inSite) {
+  // The fault's call is here.
+  void Strike(const std::string& inSite) {
     std::lock_guard<std::mutex> lock(mMutex);
     mSite = inSite;
-    if (!InjectKnownDefects()) mSpared = FindKnownDefect(mScenario, inSite, mFault, nullptr);
-    if (mSpared) return false;
     mStruck = true;
     mStruckThread = ::GetCurrentThreadId();
     mStruckCall = tHostCall;
     mStack = LibraryStack();
     // A hang from here on is reported with the site.
     mWatchdog.Arm(TitleLocked(), std::chrono::seconds(60));
-    return true;
   }
 
   std::string TitleLocked() const {
@@ -363,7 +305,6 @@ class FaultRun {
   std::atomic<bool> mEnded{false};
   std::mutex mMutex;
   bool mStruck = false;
-  const KnownDefect* mSpared = nullptr;
   DWORD mStruckThread = 0;
   const char* mStruckCall = nullptr;
   std::string mSite;
@@ -787,7 +728,7 @@ typedef std::function<void(Stage&)> Body;
 
 struct Scenario {
   const char* test;  // the test's name
-  const char* name;  // what failures and kKnownDefects call it
+  const char* name;  // what failures call it
   std::uint64_t fileSize;
   std::uint64_t budget;  // the cache's, in bytes
   Body body;
@@ -797,10 +738,8 @@ struct Scenario {
 struct Report {
   std::map<Fault, std::uint64_t> counted;  // fault points of the counting runs
   std::map<Fault, std::uint64_t> reached;  // points a run reached
-  std::map<Fault, std::uint64_t> spared;   // of them, not injected: known to hang or crash
   std::map<Fault, std::uint64_t> missed;   // points no run reached
   std::uint64_t runs = 0;
-  std::map<std::string, int> known;  // defect => runs that met it
   std::vector<std::string> failures;
 };
 
@@ -811,9 +750,6 @@ class FaultInjectionTest : public OstraTest::TempDirectoryTest,
   // kind of host fault, then once per allocation; reports what failed.
   void Exhaust(const Scenario& inScenario) {
     const std::string name = inScenario.name;
-    if (!InjectKnownDefects())
-      if (const KnownDefect* known = FindKnownDefect(name, "", Fault::kNone, nullptr))
-        GTEST_SKIP() << name << " is not run: " << known->defect;
     const auto start = std::chrono::steady_clock::now();
     std::string content(static_cast<std::size_t>(inScenario.fileSize), '\0');
     for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<char>(ByteAt(i));
@@ -868,8 +804,6 @@ class FaultInjectionTest : public OstraTest::TempDirectoryTest,
       summary += std::string(" / ") + Describe(fault) + ": " +
                  std::to_string(report.counted[fault]) + " counted, " +
                  std::to_string(report.reached[fault]) + " run";
-      if (report.spared[fault])
-        summary += " (" + std::to_string(report.spared[fault]) + " not injected: known defects)";
       if (report.missed[fault])
         summary += ", " + std::to_string(report.missed[fault]) + " never reached";
     }
@@ -883,12 +817,6 @@ class FaultInjectionTest : public OstraTest::TempDirectoryTest,
       ADD_FAILURE() << report.failures[i];
     if (report.failures.size() > kShown)
       ADD_FAILURE() << report.failures.size() - kShown << " more failures of " << name;
-    if (report.failures.empty() && !report.known.empty()) {
-      std::string known;
-      for (const auto& defect : report.known)
-        known += "\n  " + defect.first + " (" + std::to_string(defect.second) + " runs)";
-      GTEST_SKIP() << summary << "\nknown defects, not failed:" << known;
-    }
   }
 
  private:
@@ -975,17 +903,7 @@ class FaultInjectionTest : public OstraTest::TempDirectoryTest,
 
   static void Judge(FaultRun& ioRun, Report& ioReport) {
     ++ioReport.runs;
-    const std::string site = ioRun.Site();
-    if (const KnownDefect* spared = ioRun.Spared()) {
-      ++ioReport.known[spared->defect];
-      ++ioReport.spared[ioRun.GetFault()];
-    }
     for (const auto& violation : ioRun.Violations()) {
-      if (const KnownDefect* known =
-              FindKnownDefect(ioRun.Scenario(), site, ioRun.GetFault(), violation.first.c_str())) {
-        ++ioReport.known[known->defect];
-        continue;
-      }
       ioReport.failures.push_back(ioRun.Title() + ": " + violation.first +
                                   (violation.second.empty() ? "" : ": " + violation.second));
     }
