@@ -42,7 +42,7 @@ function(ostra_add_test name)
   if(NOT OSTRA_POSIX)
     list(APPEND A_SOURCES ${A_WINDOWS_SOURCES})
   endif()
-  add_executable(${name} ${A_SOURCES})
+  add_executable(${name} ${A_SOURCES} ${PROJECT_SOURCE_DIR}/Tests/Support/TestTimeLimit.cpp)
   target_link_libraries(${name} PRIVATE ${A_LIBS} ${OSTRA_GTEST_LIBS} ostra_build_settings)
   add_test(NAME ${name} COMMAND ${name} --gtest_brief=1
            WORKING_DIRECTORY ${OSTRA_RUNTIME_DIR})
