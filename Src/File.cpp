@@ -2,6 +2,7 @@
 // settings, the cached read loop, and unique temporary names.
 #include <algorithm>
 #include <cstring>
+#include <mutex>
 
 #include "BlockCachePrivate.h"
 #include "FilePrivate.h"
@@ -43,7 +44,7 @@ strata::debug::DebugOption& UseNonPurgeableOption() {
 Result File::PrivateImpl::CachedRead(std::uint64_t inPosition, std::uint64_t inSize,
                                      void* outBuffer, std::uint32_t inCount,
                                      std::uint32_t& outRead,
-                                     strata::threads::RecursiveMutex* ioMutex) {
+                                     SharedReads* ioShared) {
   outRead = 0;
   const std::uint32_t blockSize = mBlockSize;
   if (blockSize == 0) return eUnknown;
@@ -59,19 +60,13 @@ Result File::PrivateImpl::CachedRead(std::uint64_t inPosition, std::uint64_t inS
     // Bytes of the block that hold file data; less only for a block just
     // read short because the file shrank after it was opened.
     std::uint32_t valid = blockSize;
-    {
-      OptionalLock lock(ioMutex);
-      // A block of another size (SetBufferSize on an open File) is not reused.
-      if (blockStart == mLastBlockOffset && mLastBlock && mLastBlock->GetSize() >= blockSize) {
-        block = mLastBlock;
-      } else if (ioMutex) {
-        for (const auto& recent : mRecentBlocks)
-          if (recent.first == blockStart && recent.second && recent.second->GetSize() >= blockSize)
-            block = recent.second;
-      }
-    }
+    // A block of another size (SetBufferSize on an open File) is not reused.
+    if (ioShared)
+      block = ioShared->blocks.Find(blockStart, blockSize);
+    else if (blockStart == mLastBlockOffset && mLastBlock && mLastBlock->GetSize() >= blockSize)
+      block = mLastBlock;
     if (!block) {
-      const Result result = EnterBlock(blockStart, inSize, ioMutex, block, valid);
+      const Result result = EnterBlock(blockStart, inSize, ioShared, block, valid);
       if (!strata::ResultSucceeded(result)) return result;
     }
     if (offsetInBlock >= valid) break;
@@ -87,17 +82,17 @@ Result File::PrivateImpl::CachedRead(std::uint64_t inPosition, std::uint64_t inS
 }
 
 Result File::PrivateImpl::EnterBlock(std::uint64_t inBlockStart, std::uint64_t inSize,
-                                     strata::threads::RecursiveMutex* ioMutex,
+                                     SharedReads* ioShared,
                                      SharedBlock& outBlock, std::uint32_t& outValid) {
   const std::uint32_t blockSize = mBlockSize;
   outValid = blockSize;
   // Shared reads do not read ahead: their threads' order says nothing.
-  if (!ioMutex && mReadAheadBlocks > 0 && !mReadAhead && !mReadAheadRefused) {
+  if (!ioShared && mReadAheadBlocks > 0 && !mReadAhead && !mReadAheadRefused) {
     mReadAhead = ReadAhead::Start(mHandle.Get());
     // Asked once per opening: a File that shares no reading stays without.
     mReadAheadRefused = !mReadAhead;
   }
-  ReadAhead* const ahead = ioMutex ? nullptr : mReadAhead.get();
+  ReadAhead* const ahead = ioShared ? nullptr : mReadAhead.get();
   if (ahead) {
     // The block after the last one: read the next ones ahead, before this
     // one is read here. Anything else is a jump, which stops read-ahead.
@@ -118,37 +113,34 @@ Result File::PrivateImpl::EnterBlock(std::uint64_t inBlockStart, std::uint64_t i
   if (strata::ResultSucceeded(mFileBuffer->GetBlock(inBlockStart, blockSize, found)) && found &&
       found->GetSize() >= blockSize) {
     outBlock = found;
-    SetLastBlock(inBlockStart, outBlock, blockSize, inSize, ioMutex);
+    SetLastBlock(inBlockStart, outBlock, blockSize, inSize, ioShared);
     return kSuccess;
   }
   outBlock = strata::allocator::RecycledMemory::Create(blockSize);
   if (!outBlock) return eOutOfMemory;
   std::uint32_t got = 0;
   const Result result =
-      ReadBlockFromDisk(inBlockStart, ioMutex != nullptr, outBlock->GetData(), blockSize, got);
+      ReadBlockFromDisk(inBlockStart, ioShared != nullptr, outBlock->GetData(), blockSize, got);
   if (!strata::ResultSucceeded(result)) return result;
   // Recycled memory holds whatever its last user left; a short block
   // must not show that to the cache's later readers.
   if (got < blockSize) std::memset(outBlock->GetData() + got, 0, blockSize - got);
   outValid = got;
-  OptionalLock lock(ioMutex);
-  SetLastBlock(inBlockStart, outBlock, got, inSize, ioMutex);
+  SetLastBlock(inBlockStart, outBlock, got, inSize, ioShared);
+  OptionalLock lock(ioShared ? &ioShared->mutex : nullptr);
   AddAndPin(inBlockStart, outBlock);
   return kSuccess;
 }
 
 void File::PrivateImpl::SetLastBlock(std::uint64_t inBlockStart, const SharedBlock& inBlock,
                                      std::uint32_t inValid, std::uint64_t inSize,
-                                     strata::threads::RecursiveMutex* ioMutex) {
-  OptionalLock lock(ioMutex);
-  mLastBlockOffset = inBlockStart;
-  mLastBlock = inBlock;
-  if (ioMutex) {
-    // Shared reads leave File::Read's hit path alone.
-    mRecentBlocks[mNextRecent] = std::make_pair(inBlockStart, inBlock);
-    mNextRecent = (mNextRecent + 1) % kRecentBlocks;
+                                     SharedReads* ioShared) {
+  if (ioShared) {
+    ioShared->blocks.Keep(inBlockStart, inBlock);
     return;
   }
+  mLastBlockOffset = inBlockStart;
+  mLastBlock = inBlock;
   mHitBlock = inBlock;
   mHitData = inBlock->GetData();
   mHitStart = inBlockStart;
@@ -232,8 +224,45 @@ UTF16String File::MakeUniqueTempPath(const UTF16String& inPath, bool inKeepExten
 
 // ---------------------------------------------------------- SharedFile
 
-SharedFile::SharedFile() : mSharedImpl(new PrivateImpl) {}
+ThreadBlocks::Slot& ThreadBlocks::ThisThreadsSlot() {
+  // Windows numbers threads in steps of 4; the multiplier spreads any steps.
+  const std::uint32_t hash = strata::threads::GetCurrentThreadNumber() * 2654435761u;
+  return mSlots[(hash >> 16) % kSlots];
+}
 
-SharedFile::~SharedFile() { delete mSharedImpl; }
+SharedBlock ThreadBlocks::Find(std::uint64_t inBlockStart, std::uint32_t inBlockSize) {
+  Slot& slot = ThisThreadsSlot();
+  std::lock_guard<strata::threads::Lock> lock(slot.lock);
+  if (slot.offset == inBlockStart && slot.block && slot.block->GetSize() >= inBlockSize)
+    return slot.block;
+  return SharedBlock();
+}
+
+void ThreadBlocks::Keep(std::uint64_t inBlockStart, const SharedBlock& inBlock) {
+  SharedBlock before(inBlock);  // the slot's old block, let go after the lock
+  Slot& slot = ThisThreadsSlot();
+  std::lock_guard<strata::threads::Lock> lock(slot.lock);
+  slot.offset = inBlockStart;
+  slot.block.swap(before);
+}
+
+void ThreadBlocks::Clear() {
+  for (Slot& slot : mSlots) {
+    SharedBlock before;
+    std::lock_guard<strata::threads::Lock> lock(slot.lock);
+    slot.block.swap(before);
+  }
+}
+
+SharedFile::SharedFile() : mSharedImpl(new PrivateImpl) {
+  mImpl->mThreadBlocks = &mSharedImpl->mReads.blocks;
+}
+
+SharedFile::~SharedFile() {
+  // The File's Close, which comes after, must not reach the blocks.
+  Close();
+  mImpl->mThreadBlocks = nullptr;
+  delete mSharedImpl;
+}
 
 }  // namespace Ostra

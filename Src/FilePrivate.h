@@ -97,6 +97,37 @@ OSTRA_API std::uint64_t CountBlocksReadAhead();
 
 }  // namespace Internal
 
+// The block each thread reading a SharedFile used last, so that a thread's
+// reads within one block ask the cache once. One slot per thread (threads
+// beyond kSlots share one), each under its own lock on its own cache line:
+// threads reading at once neither wait for each other nor replace each
+// other's block.
+class ThreadBlocks {
+ public:
+  // The calling thread's last block if it starts at inBlockStart and holds
+  // at least inBlockSize bytes; empty otherwise.
+  SharedBlock Find(std::uint64_t inBlockStart, std::uint32_t inBlockSize);
+  void Keep(std::uint64_t inBlockStart, const SharedBlock& inBlock);
+  void Clear();
+
+ private:
+  static const std::size_t kSlots = 8;
+  struct alignas(64) Slot {
+    strata::threads::Lock lock;
+    std::uint64_t offset = 0;
+    SharedBlock block;
+  };
+  Slot& ThisThreadsSlot();
+  Slot mSlots[kSlots];
+};
+
+// What a SharedFile's reads share besides the File's state.
+struct SharedReads {
+  // Guards AddBlock and pinning.
+  strata::threads::RecursiveMutex mutex;
+  ThreadBlocks blocks;
+};
+
 class File::PrivateImpl : public strata::Impl {
  public:
   PrivateImpl() = default;
@@ -106,12 +137,12 @@ class File::PrivateImpl : public strata::Impl {
   // Serves up to inCount bytes at inPosition block by block: from the last
   // block, else from the cache, else from disk (the block then goes to the
   // cache and is pinned). inSize is the file size the read is cut to.
-  // With ioMutex (shared reads) only the last-block pair, AddBlock and
-  // pinning run under it, and misses are read positionally. outRead counts
+  // With ioShared (a SharedFile's reads) blocks are found by thread, AddBlock
+  // and pinning run under its mutex, and misses are read positionally. outRead counts
   // the bytes copied even when a later block fails.
   Result CachedRead(std::uint64_t inPosition, std::uint64_t inSize, void* outBuffer,
                     std::uint32_t inCount, std::uint32_t& outRead,
-                    strata::threads::RecursiveMutex* ioMutex);
+                    SharedReads* ioShared);
 
   // File::Read when the hit path cannot serve it (kept out of line, so
   // that the hit path needs no stack frame).
@@ -120,12 +151,12 @@ class File::PrivateImpl : public strata::Impl {
   // Finds the block at inBlockStart that is not the last block: read
   // ahead, from the cache, or from disk; outValid as for ReadAhead::Take.
   Result EnterBlock(std::uint64_t inBlockStart, std::uint64_t inSize,
-                    strata::threads::RecursiveMutex* ioMutex, SharedBlock& outBlock,
+                    SharedReads* ioShared, SharedBlock& outBlock,
                     std::uint32_t& outValid);
-  // Makes inBlock the last block (under ioMutex when there is one) and,
-  // for File::Read, the block of its hit path.
+  // Makes inBlock the last block: the calling thread's with ioShared, else
+  // the File's and the block of File::Read's hit path.
   void SetLastBlock(std::uint64_t inBlockStart, const SharedBlock& inBlock, std::uint32_t inValid,
-                    std::uint64_t inSize, strata::threads::RecursiveMutex* ioMutex);
+                    std::uint64_t inSize, SharedReads* ioShared);
   // AddBlock and pinning of a block read from disk, here or ahead.
   void AddAndPin(std::uint64_t inBlockStart, const SharedBlock& inBlock);
   // Keeps the most recently loaded blocks pinned, oldest out first.
@@ -171,12 +202,9 @@ class File::PrivateImpl : public strata::Impl {
   std::uint64_t mHitStart = 0;
   std::uint64_t mHitLength = 0;
 
-  // Shared reads also keep the few blocks used before the last, so that
-  // threads reading different blocks do not keep replacing each other's
-  // block and asking the cache again. Under the SharedFile's mutex.
-  static const std::size_t kRecentBlocks = 4;
-  std::pair<std::uint64_t, SharedBlock> mRecentBlocks[kRecentBlocks];
-  std::size_t mNextRecent = 0;
+  // A SharedFile's blocks by reading thread (its SharedFile::PrivateImpl
+  // owns them), let go on Close; null for a plain File.
+  ThreadBlocks* mThreadBlocks = nullptr;
 
   // Blocks to read ahead of a sequential File::Read; 0: none. Kept across Close.
   std::uint32_t mReadAheadBlocks = 0;
@@ -188,8 +216,7 @@ class File::PrivateImpl : public strata::Impl {
 
 class SharedFile::PrivateImpl : public strata::Impl {
  public:
-  // Guards the File's last-block pair, AddBlock and pinning during ReadAt.
-  strata::threads::RecursiveMutex mMutex;
+  SharedReads mReads;
 };
 
 }  // namespace Ostra

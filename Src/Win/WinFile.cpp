@@ -254,7 +254,7 @@ Result SharedFile::ReadAt(void* outBuffer, std::int64_t inOffset, std::uint32_t 
   const std::uint64_t offset = static_cast<std::uint64_t>(inOffset);
   if (mImpl->IsCached())
     return mImpl->CachedRead(offset, SizeOnDisk(), outBuffer, inCount, outRead,
-                             &mSharedImpl->mMutex);
+                             &mSharedImpl->mReads);
   if (inCount == 0) return kSuccess;
   return ReadAtOffset(mImpl->mHandle.Get(), offset, outBuffer, inCount, outRead);
 }
@@ -363,7 +363,7 @@ void File::Close() {
   }
   mImpl->mFileBuffer.Reset();
   mImpl->mLastBlock.reset();
-  for (auto& recent : mImpl->mRecentBlocks) recent.second.reset();
+  if (mImpl->mThreadBlocks) mImpl->mThreadBlocks->Clear();
   mImpl->mKnownSize.store(0);
 }
 
