@@ -5,6 +5,7 @@
 // the limit in seconds.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -32,8 +33,10 @@ class TimeLimit : public ::testing::EmptyTestEventListener {
   OstraTest::Watchdog mWatchdog;
 };
 
-// The listener list owns it and deletes it when the program ends.
+// The listener list owns it. Output is unbuffered, so that a program ended
+// by a time limit has shown everything up to the test that hung.
 const bool gInstalled = [] {
+  std::setvbuf(stdout, nullptr, _IONBF, 0);
   ::testing::UnitTest::GetInstance()->listeners().Append(new TimeLimit);
   return true;
 }();

@@ -12,6 +12,10 @@
 #include <string>
 #include <thread>
 
+#if defined(_WIN32)
+#  include <windows.h>
+#endif
+
 namespace OstraTest {
 
 class Watchdog {
@@ -65,6 +69,11 @@ class Watchdog {
                      mWhat.c_str(), static_cast<long long>(mLimit.count()));
         std::fflush(stderr);
         std::fflush(stdout);
+#if defined(_WIN32)
+        // Ends the process without the loader lock, which a hang inside
+        // the system may hold: exiting would wait for it.
+        ::TerminateProcess(::GetCurrentProcess(), 124);
+#endif
         std::_Exit(124);
       }
     }
