@@ -1,5 +1,6 @@
 // Path strings: split and join agree, the normal form changes only the
-// prefixes, and relating two directories leaves the output alone when it fails.
+// prefixes, relating two directories leaves the output alone when it fails,
+// and joining two gives a canonical path within the shell's limit.
 #include "FuzzSupport.h"
 #include "Ostra/PathUtils.h"
 #include "PathUtilsPrivate.h"
@@ -50,6 +51,15 @@ void CheckRelative(const UTF16String& inFrom, const UTF16String& inTo) {
     FUZZ_CHECK(relative == L"untouched");
 }
 
+// Joining: within the shell's limit, and already in canonical form, so
+// that joining nothing to it changes nothing.
+void CheckCombine(const UTF16String& inBase, const UTF16String& inMore) {
+  UTF16String combined, again;
+  if (!PathUtils::Internal::CombinedPath(inBase.c_str(), inMore.c_str(), combined)) return;
+  FUZZ_CHECK(combined.size() < 260);
+  FUZZ_CHECK(PathUtils::Internal::CombinedPath(combined.c_str(), L"", again) && again == combined);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t inSize) {
@@ -61,6 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t in
   if (bar != UTF16String::npos) {
     const UTF16String from = text.substr(0, bar), to = text.substr(bar + 1);
     CheckRelative(from, to);
+    CheckCombine(from, to);
   }
   return 0;
 }
