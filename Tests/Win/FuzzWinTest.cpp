@@ -62,6 +62,10 @@ TEST(Fuzz, CombineModelAgreesWithTheShell) {
     UTF16String own = L"untouched";
     const bool ownJoined = PathUtils::Internal::CombinedPath(directoryArgument, fileArgument, own);
     FUZZ_EXPECT(shellJoined == ownJoined, fuzz, i, shown);
+    // A join that ends in ".." and keeps nothing (a\.. or \a\..) is a lone
+    // backslash to the model; the shell steps past its terminator there and adds
+    // whatever its buffer held behind it. No acceptable base meets this.
+    if (own == L"\\") continue;
     FUZZ_EXPECT(ownJoined ? own == shell : own == L"untouched", fuzz, i, shown);
     FUZZ_EXPECT(PathUtils::CombinePaths(directory, file).size() < std::size_t(MAX_PATH), fuzz, i,
                 shown);
