@@ -1,5 +1,6 @@
 // Path strings: split and join agree, the normal form changes only the
-// prefixes, and relating two directories leaves the output alone when it fails.
+// prefixes, relating two directories leaves the output alone when it fails,
+// and joining two keeps the shell's rules.
 #include "FuzzSupport.h"
 #include "Ostra/PathUtils.h"
 #include "PathUtilsPrivate.h"
@@ -50,6 +51,21 @@ void CheckRelative(const UTF16String& inFrom, const UTF16String& inTo) {
     FUZZ_CHECK(relative == L"untouched");
 }
 
+// Joining: within the shell's limit, and a second path that
+// starts with a drive stands alone, whatever the first. (Joining is not
+// idempotent: the shell's form of \..x loses the x.)
+void CheckCombine(const UTF16String& inBase, const UTF16String& inMore) {
+  UTF16String combined = L"untouched", alone = L"untouched";
+  if (!PathUtils::Internal::CombinedPath(inBase.c_str(), inMore.c_str(), combined)) {
+    FUZZ_CHECK(combined == L"untouched");
+    return;
+  }
+  FUZZ_CHECK(combined.size() < 260);
+  if (inMore.size() >= 2 && inMore[0] != L'\0' && inMore[0] != L'\\' && inMore[1] == L':') {
+    FUZZ_CHECK(PathUtils::Internal::CombinedPath(L"", inMore.c_str(), alone) && alone == combined);
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t inSize) {
@@ -61,6 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t in
   if (bar != UTF16String::npos) {
     const UTF16String from = text.substr(0, bar), to = text.substr(bar + 1);
     CheckRelative(from, to);
+    CheckCombine(from, to);
   }
   return 0;
 }

@@ -357,6 +357,145 @@ bool RelativeDirectoryPath(const UTF16String& inFrom, const UTF16String& inTo,
 
 }  // namespace Internal
 
+// ----------------------------------------------------------------- joining
+
+namespace {
+
+const std::size_t kShellPathBuffer = static_cast<std::size_t>(OSTRA_MAX_PATH);
+
+// The unit at inIndex, NUL outside the text: the shell's canonical form
+// looks one unit behind what it has written, and before its start.
+wchar_t UnitAt(const UTF16String& inText, std::ptrdiff_t inIndex) {
+  return inIndex >= 0 && static_cast<std::size_t>(inIndex) < inText.size() ? inText[inIndex]
+                                                                           : L'\0';
+}
+
+std::size_t BackslashesFrom(const UTF16String& inText, std::size_t inStart) {
+  return static_cast<std::size_t>(
+      std::count(inText.begin() + std::min(inStart, inText.size()), inText.end(), L'\\'));
+}
+
+// "\\server\share" and nothing behind it.
+bool IsServerShare(const UTF16String& inPath) {
+  return StartsWith(inPath, L"\\\\", 2) && BackslashesFrom(inPath, 2) == 1;
+}
+
+// The shell's roots: "\", "X:\", "\\server" and "\\server\share".
+bool IsShellRoot(const UTF16String& inPath) {
+  if (StartsWith(inPath, L"\\\\", 2)) return BackslashesFrom(inPath, 2) <= 1;
+  if (inPath.size() == 1) return inPath[0] == L'\\';
+  return inPath.size() == 3 && inPath[1] == L':' && inPath[2] == L'\\';
+}
+
+// Cuts the last component (and a drive's "X:" or "X:\" stays); false when
+// there is nothing to cut.
+bool CutLastComponent(UTF16String& ioPath) {
+  std::size_t keep = 0, i = 0;
+  for (int lead = 0; lead < 2 && i < ioPath.size() && ioPath[i] == L'\\'; ++lead) keep = ++i;
+  for (; i < ioPath.size(); ++i) {
+    if (ioPath[i] == L'\\') {
+      keep = i;
+    } else if (ioPath[i] == L':') {
+      keep = ++i;
+      if (i < ioPath.size() && ioPath[i] == L'\\') ++keep;
+      if (i == ioPath.size()) break;
+    }
+  }
+  if (keep >= ioPath.size()) return false;
+  ioPath.resize(keep);
+  return true;
+}
+
+// Resolves '.' and '..' components as the shell does: never above a
+// drive's root or a server's share, "X:" becomes "X:\" and "" becomes "\".
+UTF16String Canonical(const UTF16String& inPath) {
+  if (inPath.empty()) return UTF16String(1, L'\\');
+  const std::ptrdiff_t length = static_cast<std::ptrdiff_t>(inPath.size());
+  UTF16String out;
+  std::ptrdiff_t src = 0;
+  if (inPath[0] == L'\\') {
+    out += inPath[src++];
+  } else if (UnitAt(inPath, 1) == L':') {
+    out.append(inPath, 0, 2);
+    src = 2;
+    if (UnitAt(inPath, 2) == L'\\') out += inPath[src++];
+  }
+  while (src < length) {
+    const wchar_t c = inPath[src];
+    const wchar_t next = UnitAt(inPath, src + 1);
+    const wchar_t before = UnitAt(inPath, src - 1);
+    if (c == L'.' && next == L'\\' && (src == 0 || before == L'\\' || before == L':')) {
+      src += 2;  // ".\" says nothing
+      continue;
+    }
+    std::ptrdiff_t end = static_cast<std::ptrdiff_t>(out.size());
+    if (c != L'.' || next != L'.' || end == 0 || out.back() != L'\\') {
+      out += c;
+      ++src;
+      continue;
+    }
+    // "..": back over the last component, but not over a root.
+    if (end > 1 && (UnitAt(out, end - 2) != L'\\' || end > 2)) {
+      if (UnitAt(out, end - 2) == L':' && (end > 3 || UnitAt(out, end - 3) == L':')) {
+        end -= 2;
+        while (end > 0 && UnitAt(out, end) != L'\\') --end;
+        end = UnitAt(out, end) == L'\\' ? end + 1 : 0;
+      } else if (UnitAt(out, end - 2) != L':' && !IsServerShare(out)) {
+        end -= 2;
+      }
+    }
+    while (end > 0 && UnitAt(out, end) != L'\\') --end;
+    out.resize(static_cast<std::size_t>(end));
+    if (end == 0) {
+      out += L'\\';
+      ++src;
+    }
+    src += 2;
+  }
+  if (out.size() == 2 && out[1] == L':') out += L'\\';
+  return out;
+}
+
+}  // namespace
+
+namespace Internal {
+
+bool CombinedPath(const wchar_t* inDirectory, const wchar_t* inFile, UTF16String& outCombined) {
+  if (!inDirectory && !inFile) return false;
+  const bool noDirectory = !inDirectory || *inDirectory == L'\0';
+  const bool fileRooted = inFile && (inFile[0] == L'\\' || (inFile[0] != L'\0' && inFile[1] == L':'));
+  UTF16String joined;
+  if ((!inFile || *inFile == L'\0') && inDirectory) {
+    joined = inDirectory;
+  } else if (noDirectory || (fileRooted && (inFile[0] != L'\\' || inFile[1] == L'\\'))) {
+    joined = inFile;
+  } else {
+    joined = inDirectory;
+    if (fileRooted) {
+      // "\x": behind the directory's root.
+      while (!IsShellRoot(joined) && CutLastComponent(joined)) {
+      }
+      ++inFile;
+    }
+    if (!joined.empty() && joined.back() != L'\\') joined += L'\\';
+    joined += inFile;
+  }
+  // The shell holds the join in a MAX_PATH buffer; it fails for a longer
+  // join, and cuts a longer input used alone, which the model refuses.
+  if (joined.size() >= kShellPathBuffer) return false;
+  outCombined = Canonical(joined);
+  return true;
+}
+
+}  // namespace Internal
+
+UTF16String CombinePaths(const UTF16String& inBase, const UTF16String& inMore) {
+  if (!IsWinAPIAcceptablePath(inBase)) return UTF16String();
+  UTF16String combined;
+  if (!Shell::Combine(inBase.c_str(), inMore.c_str(), combined)) return UTF16String();
+  return combined;
+}
+
 bool ArePathsRelative(const UTF16String& inFromPath, const UTF16String& inToPath,
                       UTF16String& outRelative) {
   if (!IsWinAPIAcceptablePath(inFromPath) || !IsWinAPIAcceptablePath(inToPath)) return false;

@@ -42,6 +42,9 @@ const wchar_t* FindNextComponent(const wchar_t* inPath);
 // PathRelativePathToW between two directories given without their drive;
 // false, and outRelative untouched, when they share no component.
 bool RelateDirectories(const wchar_t* inFrom, const wchar_t* inTo, UTF16String& outRelative);
+// PathCombineW; false, and outCombined untouched, when the shell fails or
+// would cut an input short.
+bool Combine(const wchar_t* inDirectory, const wchar_t* inFile, UTF16String& outCombined);
 
 }  // namespace Shell
 
@@ -59,6 +62,18 @@ OSTRA_API const wchar_t* NextComponent(const wchar_t* inText);
 // with its NUL (260 characters or more). Exported for the tests.
 OSTRA_API bool RelativeDirectoryPath(const UTF16String& inFrom, const UTF16String& inTo,
                                      UTF16String& outRelative);
+
+// The shell's join of inFile to inDirectory (either may be null), then its
+// canonical form ('.' and '..' resolved, never above the root). An empty or
+// null inFile gives inDirectory alone; a rooted inFile ("C:x", "\\srv", or
+// "\x" when inDirectory is empty) stands alone; "\x" goes behind the root
+// of inDirectory; anything else behind inDirectory and a '\'. False, and
+// outCombined untouched, when both are null, when the join would not fit
+// MAX_PATH with its NUL, or when an input used whole is that long: where
+// the shell cuts such an input short and answers for another path, the
+// model refuses. Exported for the tests.
+OSTRA_API bool CombinedPath(const wchar_t* inDirectory, const wchar_t* inFile,
+                            UTF16String& outCombined);
 
 }  // namespace Internal
 

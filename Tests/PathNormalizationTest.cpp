@@ -115,6 +115,44 @@ UTF16String Climb(int inSteps, const UTF16String& inRest) {
   return path + inRest;
 }
 
+// Through the shell on Windows and through its model elsewhere: both give
+// these answers.
+TEST(CombinePaths, JoinsOnlyOnAnAcceptableBase) {
+  const struct {
+    UTF16String base, more, expected;
+  } rows[] = {
+      {LR"(C:\a\b)", LR"(..\c)", LR"(C:\a\c)"},
+      {LR"(C:\a\b)", LR"(.\c\.\d)", LR"(C:\a\b\c\d)"},
+      {LR"(C:\a)", LR"(D:\x)", LR"(D:\x)"},  // a rooted second path wins
+      {LR"(C:\a\b)", LR"(\x)", LR"(C:\x)"},  // a single '\' keeps only the base's root
+      {LR"(\\srv\share\a)", LR"(\x)", LR"(\\srv\share\x)"},
+      {LR"(C:\a)", LR"(\\srv\s)", LR"(\\srv\s)"},
+      {LR"(\\srv\share)", L"x", LR"(\\srv\share\x)"},
+      {LR"(\\srv)", L"..", LR"(\\srv)"},  // never above the server
+      {LR"(C:\)", LR"(..\..\x)", LR"(C:\x)"},           // nor above the drive's root
+      {L"C:", L"x", LR"(C:\x)"},
+      {LR"(C:\a\b\..)", L"", LR"(C:\a)"},  // an empty second path: the base alone
+      {L"rel", L"x", L""},
+      {L"rel", LR"(C:\x)", L""},
+      {L"", L"x", L""},
+      // The join's limit is the shell's 260 characters, terminator included.
+      {LR"(C:\a)", UTF16String(300, L'x'), L""},
+      {LR"(C:\a)", UTF16String(254, L'x'), LR"(C:\a\)" + UTF16String(254, L'x')},
+      {LR"(C:\a)", UTF16String(255, L'x'), L""},
+      {LR"(C:\a)", LR"(x\..\)" + UTF16String(252, L'y'), L""},  // before resolving
+      {LR"(C:\)" + UTF16String(300, L'b') + LR"(\..)", L"x", L""},  // a long base
+      // An input used alone is never cut short to fit (the shell would
+      // answer for the shorter path).
+      {LR"(C:\)" + UTF16String(300, L'b'), L"", L""},
+      {LR"(C:\a)", LR"(D:\)" + UTF16String(300, L'b'), L""},
+      {LR"(C:\)" + UTF16String(300, L'b'), LR"(\x)", LR"(C:\x)"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(Show(row.base) + " + " + Show(row.more));
+    EXPECT_EQ(row.expected, PathUtils::CombinePaths(row.base, row.more));
+  }
+}
+
 TEST(ArePathsRelative, RelatesTheDirectoriesBelowTheDrive) {
   const struct {
     UTF16String from, to;

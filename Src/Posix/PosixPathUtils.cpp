@@ -12,6 +12,10 @@ bool RelateDirectories(const wchar_t* inFrom, const wchar_t* inTo, UTF16String& 
   return Internal::RelativeDirectoryPath(inFrom, inTo, outRelative);
 }
 
+bool Combine(const wchar_t* inDirectory, const wchar_t* inFile, UTF16String& outCombined) {
+  return Internal::CombinedPath(inDirectory, inFile, outCombined);
+}
+
 }  // namespace Shell
 }  // namespace PathUtils
 }  // namespace Ostra

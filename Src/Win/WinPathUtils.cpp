@@ -233,20 +233,24 @@ UTF16String LeafDisplayStep(UTF16String& ioPath) {
 
 // ---------------------------------------------------- shell path functions
 
-UTF16String CombinePaths(const UTF16String& inBase, const UTF16String& inMore) {
-  if (!IsWinAPIAcceptablePath(inBase)) return UTF16String();
-  // The shell writes at most MAX_PATH characters and fails for a longer
-  // result. The buffer holds the longest join the inputs allow all the
-  // same ('.' and '..' only shorten it; separators may be added), so that
-  // no version of the shell can write past it.
-  std::vector<wchar_t> combined(std::max(kShellMaxPath, inBase.size() + inMore.size() + 3), L'\0');
-  if (!::PathCombineW(combined.data(), inBase.c_str(), inMore.c_str())) return UTF16String();
-  const std::size_t length = std::wcslen(combined.data());
-  if (length >= kShellMaxPath) return UTF16String();
-  return UTF16String(combined.data(), length);
-}
-
 namespace Shell {
+
+bool Combine(const wchar_t* inDirectory, const wchar_t* inFile, UTF16String& outCombined) {
+  // The shell copies an input into a MAX_PATH buffer, cutting a longer one
+  // short, and may then answer for that other path: the model answers
+  // wherever an input is that long.
+  if ((inDirectory && std::wcslen(inDirectory) >= kShellMaxPath) ||
+      (inFile && std::wcslen(inFile) >= kShellMaxPath))
+    return Internal::CombinedPath(inDirectory, inFile, outCombined);
+  // Room for the longest join two such inputs allow, so that no version of
+  // the shell can write past it; an answer beyond MAX_PATH is a failure.
+  wchar_t combined[2 * kShellMaxPath] = {};
+  if (!::PathCombineW(combined, inDirectory, inFile)) return false;
+  const std::size_t length = std::wcslen(combined);
+  if (length >= kShellMaxPath) return false;
+  outCombined.assign(combined, length);
+  return true;
+}
 
 const wchar_t* FindNextComponent(const wchar_t* inPath) { return ::PathFindNextComponentW(inPath); }
 
