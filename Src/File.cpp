@@ -1,12 +1,13 @@
 // The portable half of File: construction, block sizing and pinning
-// settings, the cached read loop, and unique temporary names.
+// settings, opening with the cache decision, the cached read loop, shared
+// positional reads, and the File's checks around the platform's calls.
 #include <algorithm>
 #include <cstring>
 #include <mutex>
 
 #include "BlockCachePrivate.h"
 #include "FilePrivate.h"
-#include "Ostra/PathUtils.h"
+#include "LibraryState.h"
 #include "Ostra/Result.h"
 #include "strata/Allocator.h"
 #include "strata/Debug.h"
@@ -31,6 +32,21 @@ class OptionalLock {
  private:
   strata::threads::RecursiveMutex* mMutex;
 };
+
+const std::uint32_t kMinimumBlockSize = 0x10000;
+const std::uint32_t kLargeFileBlockSize = 0x200000;
+const std::uint64_t kLargeFileThreshold = 0x400001;
+
+// target = inBase + inDelta, kept within 0..inSize without overflowing.
+std::uint64_t ClampedMove(std::uint64_t inBase, std::int64_t inDelta, std::uint64_t inSize) {
+  if (inBase > inSize) inBase = inSize;
+  if (inDelta >= 0) {
+    const std::uint64_t delta = static_cast<std::uint64_t>(inDelta);
+    return delta >= inSize - inBase ? inSize : inBase + delta;
+  }
+  const std::uint64_t back = static_cast<std::uint64_t>(-(inDelta + 1)) + 1;
+  return back >= inBase ? 0 : inBase - back;
+}
 
 strata::debug::DebugOption& UseNonPurgeableOption() {
   static strata::debug::DebugOption sOption("Ostra.UseNonPurgeable", "true");
@@ -202,24 +218,261 @@ void File::SetMultiBufferCount(int inCount) {
   if (UseNonPurgeableOption().GetText() == "true") mImpl->mMultiBufferCount = inCount;
 }
 
-UTF16String File::MakeUniqueTempPath(const UTF16String& inPath, bool inKeepExtension) {
-  const UTF16String directory = PathUtils::GetFullDirectoryPart(inPath);
-  UTF16String file = PathUtils::GetFilePart(inPath);
-  const UTF16String extension = PathUtils::GetExtensionPart(inPath);
+// ------------------------------------------------------------ reading
 
-  // Only the name and extension are kept within the classic limit; the
-  // folder may be as long as the long-path form allows.
-  const std::size_t guidLength = strata::utility::Guid().AsString().size();
-  const std::size_t limit = static_cast<std::size_t>(OSTRA_MAX_PATH) - guidLength;
-  if (file.size() + extension.size() > limit)
-    file.resize(extension.size() < limit ? limit - extension.size() : 0);
+Result File::PrivateImpl::ReadBlockFromDisk(std::uint64_t inBlockStart, bool inPositional,
+                                            unsigned char* outData, std::uint32_t inSize,
+                                            std::uint32_t& outBytes) {
+  outBytes = 0;
+  if (inPositional) return ReadAtOffset(mHandle.Get(), inBlockStart, outData, inSize, outBytes);
+  // Always moved: whoever holds the File's handle may have moved it.
+  std::uint64_t unknown = UINT64_MAX;
+  return ReadSequentially(mHandle.Get(), inBlockStart, unknown, outData, inSize, outBytes);
+}
 
-  const UTF16String prefix = directory + file + L"~";
-  for (;;) {
-    UTF16String candidate = prefix + strata::utility::Guid::CreateUnique().AsString();
-    if (inKeepExtension) candidate += extension;
-    if (!PathUtils::ExistsOnDisk(candidate, false)) return candidate;
+Result File::Read(void* outBuffer, std::uint32_t inCount, std::uint32_t& outRead) {
+  PrivateImpl& impl = *mImpl;
+  // The hit path: all of it inside the last block (never true for a File
+  // that is closed or uncached, whose hit length is 0).
+  const std::uint64_t offset = impl.mPosition - impl.mHitStart;
+  if (offset < impl.mHitLength && inCount <= impl.mHitLength - offset) {
+    CopyBytes(outBuffer, impl.mHitData + offset, inCount);
+    impl.mPosition += inCount;
+    outRead = inCount;
+    return kSuccess;
   }
+  return impl.ReadBeyondHitBlock(*this, outBuffer, inCount, outRead);
+}
+
+Result File::PrivateImpl::ReadBeyondHitBlock(const File& inFile, void* outBuffer,
+                                             std::uint32_t inCount, std::uint32_t& outRead) {
+  outRead = 0;
+  // Read has no assertion of its own; a closed File reads nothing.
+  if (!inFile.IsOpen()) return eFileNotFound;
+  if (IsCached()) {
+    const Result result =
+        CachedRead(mPosition, inFile.SizeOnDisk(), outBuffer, inCount, outRead, nullptr);
+    if (strata::ResultSucceeded(result)) mPosition += outRead;
+    return result;
+  }
+  return ReadAtPointer(mHandle.Get(), outBuffer, inCount, outRead);
+}
+
+Result SharedFile::ReadAt(void* outBuffer, std::int64_t inOffset, std::uint32_t inCount,
+                          std::uint32_t& outRead) {
+  outRead = 0;
+  if (!IsOpen()) return eFileNotFound;
+  if (inOffset < 0) return eUnknown;
+  const std::uint64_t offset = static_cast<std::uint64_t>(inOffset);
+  if (mImpl->IsCached())
+    return mImpl->CachedRead(offset, SizeOnDisk(), outBuffer, inCount, outRead,
+                             &mSharedImpl->mReads);
+  if (inCount == 0) return kSuccess;
+  return ReadAtOffset(mImpl->mHandle.Get(), offset, outBuffer, inCount, outRead);
+}
+
+// ---------------------------------------------------------- open and close
+
+Result File::Create(const UTF16String& inPath, FileAccessFlags::Type inAccess,
+                    FileShareModeFlags::Type inShareMode,
+                    FileCreateDispositionFlags::Type inDisposition,
+                    FileAttributesFlags::Type inAttributes, bool inAllowDirectory) {
+  STRATA_INPUT_CONTRACT(!IsOpen());
+  if (!inAllowDirectory && IsDirectoryOnDisk(inPath)) return eUnknown;
+  // Copied before anything is opened: storing it later cannot fail then.
+  UTF16String path(inPath);
+
+  int attributes = inAttributes;
+  // Only a file nobody else writes (or whose owner says caching is safe)
+  // may be served from blocks read earlier.
+  const bool cacheable = inAccess == FileAccessFlags::kFileRead &&
+                         !(inAttributes & FileAttributesFlags::kNoBuffering) &&
+                         ((inAttributes & FileAttributesFlags::kAllowCaching) ||
+                          !(inShareMode & FileShareModeFlags::kShareWrite));
+  if (cacheable) {
+    const strata::classref::InterfaceRef<IFileBufferFactory> factory =
+        Foundation::GetFileBufferFactory();
+    if (factory) {
+      mImpl->mFileBuffer = factory->CreateFileBuffer();
+      mImpl->mPosition = 0;
+      if (!mImpl->mBufferSizeSet) GetEfficientBlockSize(inPath, mImpl->mBlockSize);
+      if (mImpl->mBlockSize < kMinimumBlockSize) mImpl->mBlockSize = kMinimumBlockSize;
+      // Whole blocks go to the cache; the system need not buffer them too.
+      if (mImpl->mFileBuffer) attributes |= FileAttributesFlags::kNoBuffering;
+    }
+  }
+
+  const Result result =
+      OpenSystemFile(inPath, inAccess, inShareMode, inDisposition, attributes, mImpl->mHandle);
+  mImpl->mPath.swap(path);
+  if (!strata::ResultSucceeded(result)) {
+    // A File that did not open holds no cache of its own.
+    mImpl->mFileBuffer.Reset();
+    return result;
+  }
+
+  if (mImpl->IsCached()) {
+    std::uint64_t time = 0;
+    GetLastModificationTime(time);
+    const std::uint64_t size = SizeOnDisk();
+    // The library's own cache also learns what tells this version from a
+    // same-size rewrite that kept the write time, and how far this File
+    // reads ahead; a host's cache only the three.
+    LibraryFileBuffer* const own = AsLibraryFileBuffer(mImpl->mFileBuffer.Get());
+    if (own) own->SetFileIdentity(ReadFileIdentity(mImpl->mHandle.Get()));
+    try {
+      mImpl->mFileBuffer->SetFile(time, inPath, size);
+    } catch (...) {
+      // A cache that cannot take the file leaves nothing open behind it.
+      Close();
+      throw;
+    }
+    if (own) own->SetReadAhead(mImpl->mReadAheadBlocks);
+    if (!mImpl->mBufferSizeSet && size >= kLargeFileThreshold &&
+        mImpl->mBlockSize < kLargeFileBlockSize)
+      mImpl->mBlockSize = kLargeFileBlockSize;
+  }
+  return kSuccess;
+}
+
+void File::Close() {
+  // Read-ahead ends first; it waits for the read in progress.
+  mImpl->StopReadAhead();
+  mImpl->ClearHitBlock();
+  mImpl->mHandle.Close();
+  // Close always closes, also from the destructor: a cache that throws
+  // loses the rest of its unpins rather than keeping the File half open.
+  std::map<std::uint64_t, std::uint64_t> pinned;
+  pinned.swap(mImpl->mPinnedBlocks);
+  if (!pinned.empty()) {
+    IFileBuffer& buffer = *mImpl->mFileBuffer;
+    try {
+      for (const auto& block : pinned) buffer.UnpinBlock(block.second, mImpl->mBlockSize);
+    } catch (...) {
+    }
+  }
+  mImpl->mFileBuffer.Reset();
+  mImpl->mLastBlock.reset();
+  if (mImpl->mThreadBlocks) mImpl->mThreadBlocks->Clear();
+  mImpl->mKnownSize.store(0);
+}
+
+bool File::IsOpen() const { return mImpl->mHandle.IsValid(); }
+
+// ---------------------------------------------------------------- writing
+
+Result File::Write(const void* inBuffer, std::uint32_t inCount, std::uint32_t& outWritten) {
+  if (!IsOpen()) {
+    STRATA_ASSERT_ONCE(IsOpen(), "Write called on a File that isn't open. Please report this error.");
+    return eFileNotFound;
+  }
+  return WriteAtPointer(mImpl->mHandle.Get(), inBuffer, inCount, outWritten);
+}
+
+Result File::Flush() {
+  if (!IsOpen()) {
+    STRATA_ASSERT_ONCE(IsOpen(), "Flush called on a File that isn't open. Please report this error.");
+    return eFileNotFound;
+  }
+  return FlushSystemFile(mImpl->mHandle.Get());
+}
+
+Result File::SetEndOfFile() {
+  if (!IsOpen()) {
+    STRATA_ASSERT_ONCE(IsOpen(),
+                       "SetEndOfFile called on a File that isn't open. Please report this error.");
+    return eFileNotFound;
+  }
+  return EndSystemFileHere(mImpl->mHandle.Get());
+}
+
+// ------------------------------------------------------------ the pointer
+
+Result File::SetFilePointer(std::int64_t inDistance, FilePointerMoveMethod::Type inMethod) {
+  if (!IsOpen()) {
+    STRATA_ASSERT_ONCE(IsOpen(),
+                       "SetFilePointer called on a File that isn't open. Please report this error.");
+    return eFileNotFound;
+  }
+  if (mImpl->IsCached()) {
+    const std::uint64_t size = SizeOnDisk();
+    switch (inMethod) {
+      case FilePointerMoveMethod::kBegin:
+        mImpl->mPosition = ClampedMove(0, inDistance, size);
+        break;
+      case FilePointerMoveMethod::kCurrent:
+        mImpl->mPosition = ClampedMove(mImpl->mPosition, inDistance, size);
+        break;
+      case FilePointerMoveMethod::kEnd:
+        // Both signs count back from the end: callers pass either.
+        mImpl->mPosition = ClampedMove(size, inDistance > 0 ? -inDistance : inDistance, size);
+        break;
+      default:
+        return eUnknown;
+    }
+    return kSuccess;
+  }
+  std::int64_t position = 0;
+  return MoveSystemFilePointer(mImpl->mHandle.Get(), inDistance, inMethod, position);
+}
+
+Result File::GetFilePointer(std::int64_t& outPosition) const {
+  if (!IsOpen()) {
+    STRATA_ASSERT_ONCE(IsOpen(),
+                       "GetFilePointer called on a File that isn't open. Please report this error.");
+    return eFileNotFound;
+  }
+  if (mImpl->IsCached()) {
+    outPosition = static_cast<std::int64_t>(mImpl->mPosition);
+    return kSuccess;
+  }
+  std::int64_t position = 0;
+  const Result result =
+      MoveSystemFilePointer(mImpl->mHandle.Get(), 0, FilePointerMoveMethod::kCurrent, position);
+  if (strata::ResultSucceeded(result)) outPosition = position;
+  return result;
+}
+
+// ---------------------------------------------------------- times and size
+
+Result File::GetCreationTime(std::uint64_t& outTime) const {
+  if (!IsOpen()) {
+    STRATA_ASSERT_ONCE(IsOpen(),
+                       "GetCreationTime called on a File that isn't open. Please report this error.");
+    return eFileNotFound;
+  }
+  return GetSystemFileTimes(mImpl->mHandle.Get(), &outTime, nullptr);
+}
+
+Result File::GetLastModificationTime(std::uint64_t& outTime) const {
+  if (!IsOpen()) {
+    STRATA_ASSERT_ONCE(
+        IsOpen(),
+        "GetLastModificationTime called on a File that isn't open. Please report this error.");
+    return eFileNotFound;
+  }
+  return GetSystemFileTimes(mImpl->mHandle.Get(), nullptr, &outTime);
+}
+
+std::uint64_t File::SizeOnDisk() const {
+  if (!IsOpen()) {
+    STRATA_ASSERT_ONCE(IsOpen(),
+                       "SizeOnDisk called on a File that isn't open. Please report this error.");
+    return 0;
+  }
+  const std::uint64_t known = mImpl->mKnownSize.load();
+  if (known != 0 && mImpl->IsCached()) return known;
+  const std::uint64_t size = SystemFileSize(mImpl->mHandle.Get());
+  mImpl->mKnownSize.store(size);
+  return size;
+}
+
+FileSystemType::Type File::GetFileSystemType() const {
+  if (!IsOpen()) {
+    STRATA_ASSERT_ONCE(
+        IsOpen(), "GetFileSystemType called on a File that isn't open. Please report this error.");
+  }
+  return FileSystemType::kUnknown;
 }
 
 // ---------------------------------------------------------- SharedFile

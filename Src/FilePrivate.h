@@ -1,10 +1,9 @@
-// The state of a File and the steps shared by its portable and Windows
-// halves: the cached read loop and the pinning of loaded blocks live in
-// File.cpp, read-ahead in FileReadAhead.cpp, the calls that touch the
-// handle in Win/WinFile.cpp.
+// The state of a File and the steps shared by its portable and platform
+// halves: the cached read loop, opening with the cache decision and the
+// pinning of loaded blocks live in File.cpp, read-ahead in
+// FileReadAhead.cpp, the calls that touch the system's file in
+// Win/WinFile.cpp and Posix/PosixFile.cpp.
 #pragma once
-
-#include <intrin.h>
 
 #include <atomic>
 #include <cstdint>
@@ -12,39 +11,74 @@
 #include <memory>
 #include <utility>
 
+#include "BlockCachePrivate.h"
 #include "Ostra/File.h"
 #include "Ostra/Foundation.h"
-#include "Win/ScopedHandle.h"
 #include "strata/Executor.h"
 #include "strata/Impl.h"
 #include "strata/Threads.h"
 
-namespace Ostra {
+#if defined(_WIN32)
+#include "Win/FilePlatform.h"
+#else
+#include "Posix/FilePlatform.h"
+#endif
 
-// Copies a read's bytes out of a block with the string moves the compiler
-// emits for a copy of known size: the C runtime's memcpy under Wine copied
-// 64 KiB pieces about a fifth slower.
-inline void CopyBytes(void* outTo, const unsigned char* inFrom, std::uint32_t inCount) {
-  unsigned char* const to = static_cast<unsigned char*>(outTo);
-  __movsq(reinterpret_cast<unsigned long long*>(to),
-          reinterpret_cast<const unsigned long long*>(inFrom), inCount / 8);
-  __movsb(to + (inCount & ~7u), inFrom + (inCount & ~7u), inCount & 7u);
-}
+namespace Ostra {
 
 // -1 as the plain failure of the few File operations that report no code.
 constexpr Result kFileMinusOne = static_cast<Result>(0xFFFFFFFFu);
 
+// ------------------------------------------------ the platform's file calls
+// Each is one system call or a few, in Win/WinFile.cpp and
+// Posix/PosixFile.cpp; none reports by exception.
+
+// Opens inPath as File::Create asks (the flags as File::Create takes
+// them); a path the system cannot take is ePathNotFound.
+Result OpenSystemFile(const UTF16String& inPath, int inAccess, int inShareMode, int inDisposition,
+                      int inAttributes, OwnedFile& outFile);
+// Whether inPath names a directory on disk.
+bool IsDirectoryOnDisk(const UTF16String& inPath);
+// The block size the volume of inPath reads best in, when the system
+// says; ioSize stays as it is otherwise.
+void GetEfficientBlockSize(const UTF16String& inPath, std::uint32_t& ioSize);
+
 // A second handle on the open file of inHandle, for reading only and
 // unbuffered like a cached File's, with a file pointer of its own; an
 // invalid one when the system refuses (the File shares no reading).
-// Win/WinFile.cpp.
-void* ReopenForReading(void* inHandle);
+NativeFile ReopenForReading(NativeFile inHandle);
 
 // Reads inSize bytes at inOffset with the file pointer, moving it there
 // first unless ioPointer says it is there already; ioPointer then says
-// where it is (unknown after a failure). Win/WinFile.cpp.
-Result ReadSequentially(void* inHandle, std::uint64_t inOffset, std::uint64_t& ioPointer,
+// where it is (unknown after a failure).
+Result ReadSequentially(NativeFile inHandle, std::uint64_t inOffset, std::uint64_t& ioPointer,
                         void* outData, std::uint32_t inSize, std::uint32_t& outBytes);
+// Reads at inOffset without consulting the file pointer (Windows may move
+// it all the same). The end of the file is success with 0 bytes.
+Result ReadAtOffset(NativeFile inHandle, std::uint64_t inOffset, void* outData,
+                    std::uint32_t inSize, std::uint32_t& outBytes);
+// Reads and writes at the file pointer, moving it on.
+Result ReadAtPointer(NativeFile inHandle, void* outData, std::uint32_t inSize,
+                     std::uint32_t& outBytes);
+Result WriteAtPointer(NativeFile inHandle, const void* inData, std::uint32_t inSize,
+                      std::uint32_t& outBytes);
+Result FlushSystemFile(NativeFile inHandle);
+// Cuts or extends the file at the file pointer; kFileMinusOne on failure.
+Result EndSystemFileHere(NativeFile inHandle);
+// Moves the file pointer (inMethod a FilePointerMoveMethod) and says where
+// it is then; kFileMinusOne on failure. Windows refuses a move before the
+// start, which callers see as success all the same.
+Result MoveSystemFilePointer(NativeFile inHandle, std::int64_t inDistance, int inMethod,
+                             std::int64_t& outPosition);
+// The size on disk; 0 when the system cannot say.
+std::uint64_t SystemFileSize(NativeFile inHandle);
+// FILETIME units (100 ns since 1601) on both platforms: the block cache
+// compares them with its own clock.
+Result GetSystemFileTimes(NativeFile inHandle, std::uint64_t* outCreated,
+                          std::uint64_t* outWritten);
+// What tells this version of the open file from the next beyond path,
+// write time and size; fields the system does not fill stay 0.
+FileIdentity ReadFileIdentity(NativeFile inHandle);
 
 // The blocks a sequentially read File asks for before it gets there, read
 // on the library's read-ahead thread through a handle of its own (reads at
@@ -58,7 +92,7 @@ class ReadAhead {
  public:
   // Null when the read-ahead thread or a second handle on the File's file
   // cannot be had.
-  static std::unique_ptr<ReadAhead> Start(void* inFileHandle);
+  static std::unique_ptr<ReadAhead> Start(NativeFile inFileHandle);
   // Drops what is queued, waits for the read in progress and closes the
   // second handle; the last one to go ends the read-ahead thread.
   ~ReadAhead();
@@ -176,11 +210,11 @@ class File::PrivateImpl : public strata::Impl {
 
   // Reads inSize bytes at inBlockStart into outData: positionally (an
   // OVERLAPPED offset) or by moving the file pointer first. outBytes is
-  // what Windows delivered (short at the end of the file). Win/WinFile.cpp.
+  // what the system delivered (short at the end of the file).
   Result ReadBlockFromDisk(std::uint64_t inBlockStart, bool inPositional, unsigned char* outData,
                            std::uint32_t inSize, std::uint32_t& outBytes);
 
-  Win::ScopedHandle mHandle;
+  OwnedFile mHandle;
   strata::classref::InterfaceRef<IFileBuffer> mFileBuffer;
   std::uint32_t mBlockSize = 0;
   std::uint64_t mPosition = 0;

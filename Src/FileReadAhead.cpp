@@ -65,7 +65,7 @@ struct ReadAhead::State {
     bool fromDisk = false;
   };
 
-  explicit State(Win::ScopedHandle&& ioHandle) : handle(std::move(ioHandle)) {}
+  explicit State(OwnedFile&& ioHandle) : handle(std::move(ioHandle)) {}
 
   // Reads the block queued at inBlockStart, unless it was dropped meanwhile.
   // Every path out marks the slot done or failed and wakes the waiters.
@@ -73,7 +73,7 @@ struct ReadAhead::State {
 
   // Used by the read-ahead thread between taking a slot and giving it
   // back; closed only when no read is in progress.
-  Win::ScopedHandle handle;
+  OwnedFile handle;
   std::uint64_t pointer = 0;
 
   Lock lock;
@@ -125,9 +125,9 @@ void ReadAhead::State::ReadOne(const std::shared_ptr<State>& inState, std::uint6
   state.readEnded.NotifyAll();
 }
 
-std::unique_ptr<ReadAhead> ReadAhead::Start(void* inFileHandle) {
+std::unique_ptr<ReadAhead> ReadAhead::Start(NativeFile inFileHandle) {
   try {
-    Win::ScopedHandle handle(ReopenForReading(inFileHandle));
+    OwnedFile handle(ReopenForReading(inFileHandle));
     if (!handle.IsValid()) return nullptr;
     // Everything that may fail comes before the thread is taken, which the
     // ReadAhead then owns.

@@ -1,5 +1,3 @@
-#include <windows.h>
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,7 +12,7 @@
 #include "Ostra/BlockCache.h"
 #include "Ostra/File.h"
 #include "Ostra/Result.h"
-#include "Support/TempDirectoryTest.h"
+#include "Support/TempFiles.h"
 #include "Support/Watchdog.h"
 
 namespace {
@@ -50,10 +48,13 @@ InterfaceRef<IFileBuffer> BufferFor(BlockCache& ioCache, const wchar_t* inPath,
   return buffer;
 }
 
+// FILETIME units: 100 ns since 1601.
 std::uint64_t Now() {
-  FILETIME now;
-  ::GetSystemTimeAsFileTime(&now);
-  return static_cast<std::uint64_t>(now.dwHighDateTime) << 32 | now.dwLowDateTime;
+  typedef std::chrono::duration<std::int64_t, std::ratio<1, 10000000>> Ticks;
+  return static_cast<std::uint64_t>(
+             std::chrono::duration_cast<Ticks>(std::chrono::system_clock::now().time_since_epoch())
+                 .count()) +
+         116444736000000000ull;
 }
 
 bool Has(IFileBuffer& ioBuffer, std::uint64_t inOffset) {
@@ -422,14 +423,14 @@ TEST(BlockCacheTest, EightThreadsWithEveryByteCheckedAndTheCountsAddingUp) {
 // Through Files: a changed file is never served the old version's blocks,
 // whatever its times say; an unchanged one is shared once its last change
 // is too old to be confused with the next.
-class BlockCacheFileTest : public OstraTest::TempDirectoryTest {};
+class BlockCacheFileTest : public OstraTest::TempFilesTest {};
 
 TEST_F(BlockCacheFileTest, ChangedFileIsNeverServedTheOldBlocks) {
   OstraTest::Watchdog dog("Files on a rewritten file", std::chrono::seconds(60));
   const std::uint32_t block = 0x10000;
   std::string content(3 * block + 100, '\0');
   for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<char>(i * 13 + (i >> 16));
-  const std::wstring path = MakeFile(L"clip.bin", content);
+  const Ostra::UTF16String path = MakeFile(L"clip.bin", content);
   InterfaceRef<BlockCache> cache = BlockCache::Create(64u * block);
   Ostra::Foundation::SetFileBufferFactory(cache);
 
@@ -451,19 +452,10 @@ TEST_F(BlockCacheFileTest, ChangedFileIsNeverServedTheOldBlocks) {
   // One byte other, the size the same and the write time set back, as copy
   // tools do and as FAT's 2 s steps do by themselves.
   auto rewriteKeepingTheWriteTime = [&] {
-    FILETIME written = {};
-    HANDLE file = ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                OPEN_EXISTING, 0, nullptr);
-    ASSERT_NE(INVALID_HANDLE_VALUE, file);
-    EXPECT_TRUE(::GetFileTime(file, nullptr, nullptr, &written));
-    ::CloseHandle(file);
+    const auto written = WriteTime(path);
     content[5] = static_cast<char>(content[5] + 1);
     MakeFile(L"clip.bin", content);
-    file = ::CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, 0, nullptr, OPEN_EXISTING, 0,
-                         nullptr);
-    ASSERT_NE(INVALID_HANDLE_VALUE, file);
-    EXPECT_TRUE(::SetFileTime(file, nullptr, nullptr, &written));
-    ::CloseHandle(file);
+    SetWriteTime(path, written);
   };
   enum Change { kNone, kSameSizeAndTime, kGrown };
   const struct {
@@ -488,7 +480,7 @@ TEST_F(BlockCacheFileTest, ChangedFileIsNeverServedTheOldBlocks) {
     SCOPED_TRACE(row.what);
     if (row.change == kSameSizeAndTime) rewriteKeepingTheWriteTime();
     if (row.change == kGrown) MakeFile(L"clip.bin", content += "tail");
-    if (row.waitOutWindow) ::Sleep(2200);
+    if (row.waitOutWindow) std::this_thread::sleep_for(std::chrono::milliseconds(2200));
     cache->ResetCounters();
     std::string text;
     Ostra::File second;
@@ -514,11 +506,11 @@ TEST_F(BlockCacheFileTest, AFileReadingAheadStreamsThroughItsRingAndScrubbingBac
   std::string hotBytes(4 * block, '\0'), clipBytes(clipBlocks * block, '\0');
   for (std::size_t i = 0; i < clipBytes.size(); ++i) clipBytes[i] = static_cast<char>(i * 7 + (i >> 16));
   for (std::size_t i = 0; i < hotBytes.size(); ++i) hotBytes[i] = static_cast<char>(i * 3 + 1);
-  const std::wstring hotPath = MakeFile(L"project.bin", hotBytes);
-  const std::wstring clipPath = MakeFile(L"clip.mov", clipBytes);
+  const Ostra::UTF16String hotPath = MakeFile(L"project.bin", hotBytes);
+  const Ostra::UTF16String clipPath = MakeFile(L"clip.mov", clipBytes);
   InterfaceRef<BlockCache> cache = BlockCache::Create(16 * block);
   Ostra::Foundation::SetFileBufferFactory(cache);
-  auto open = [&](Ostra::File& ioFile, const std::wstring& inPath) {
+  auto open = [&](Ostra::File& ioFile, const Ostra::UTF16String& inPath) {
     ioFile.SetBufferSize(block);
     ioFile.SetReadAhead(depth);
     ASSERT_EQ(Ostra::kSuccess,

@@ -1,6 +1,5 @@
-// The Windows half of File: opening with the cache decision, direct
-// reads and writes, the file pointer, times and sizes, shared positional
-// reads, and the operations on files by path.
+// The Windows half of File: the calls on the open handle that File.cpp's
+// shared code makes, and the operations on files by path.
 #include <windows.h>
 
 #include <cstdint>
@@ -8,13 +7,12 @@
 #include <cstring>
 #include <string>
 
-#include "../BlockCachePrivate.h"
 #include "../FilePrivate.h"
-#include "../LibraryState.h"
 #include "Ostra/DiskUtils.h"
 #include "Ostra/PathUtils.h"
 #include "Ostra/Result.h"
 #include "strata/Debug.h"
+#include "strata/Utility.h"
 
 namespace Ostra {
 
@@ -28,10 +26,6 @@ static_assert(FilePointerMoveMethod::kBegin == FILE_BEGIN &&
                   FilePointerMoveMethod::kCurrent == FILE_CURRENT &&
                   FilePointerMoveMethod::kEnd == FILE_END,
               "move methods pass to Windows unchanged");
-
-const std::uint32_t kMinimumBlockSize = 0x10000;
-const std::uint32_t kLargeFileBlockSize = 0x200000;
-const std::uint64_t kLargeFileThreshold = 0x400001;
 
 DWORD MapAccess(int inAccess) {
   DWORD access = 0;
@@ -65,39 +59,6 @@ DWORD MapAttributes(int inAttributes) {
 
 std::uint64_t FromFileTime(const FILETIME& inTime) {
   return (static_cast<std::uint64_t>(inTime.dwHighDateTime) << 32) | inTime.dwLowDateTime;
-}
-
-// target = inBase + inDelta, kept within 0..inSize without overflowing.
-std::uint64_t ClampedMove(std::uint64_t inBase, std::int64_t inDelta, std::uint64_t inSize) {
-  if (inBase > inSize) inBase = inSize;
-  if (inDelta >= 0) {
-    const std::uint64_t delta = static_cast<std::uint64_t>(inDelta);
-    return delta >= inSize - inBase ? inSize : inBase + delta;
-  }
-  const std::uint64_t back = static_cast<std::uint64_t>(-(inDelta + 1)) + 1;
-  return back >= inBase ? 0 : inBase - back;
-}
-
-// ReadFile at an offset given in an OVERLAPPED (no event): the file
-// pointer is not consulted. The end of the file is success with 0 bytes.
-Result ReadAtOffset(HANDLE inHandle, std::uint64_t inOffset, void* outData, std::uint32_t inSize,
-                    std::uint32_t& outBytes) {
-  OVERLAPPED overlapped = {};
-  overlapped.Offset = static_cast<DWORD>(inOffset);
-  overlapped.OffsetHigh = static_cast<DWORD>(inOffset >> 32);
-  DWORD got = 0;
-  if (!::ReadFile(inHandle, outData, inSize, &got, &overlapped)) {
-    const DWORD error = ::GetLastError();
-    if (error != ERROR_HANDLE_EOF) {
-      outBytes = got;
-      return Win::SystemErrorToOstraResult(error);
-    }
-    // The request has completed already on a handle opened for synchronous
-    // I/O, so this returns at once with the count (0).
-    ::GetOverlappedResult(inHandle, &overlapped, &got, TRUE);
-  }
-  outBytes = got;
-  return kSuccess;
 }
 
 strata::debug::DebugOption& SwapRetryIntervalOption() {
@@ -149,12 +110,123 @@ Result GetPathAttributes(const UTF16String& inPath, bool inWantFolder,
   return isFolder == inWantFolder ? kSuccess : eFileNotFound;
 }
 
-// What tells this version of the open file from the next beyond path,
-// write time and size. The id comes from FileIdInfo (128 bits, ReFS needs
-// them all) or, where a file system or older Windows refuses that, from
-// the 64-bit index. Fields a query does not fill stay 0 (unknown); Wine
-// fills them all, from the device, inode and ctime of the file.
-FileIdentity ReadFileIdentity(HANDLE inHandle) {
+}  // namespace
+
+// ---------------------------------------------------------------- reading
+
+NativeFile ReopenForReading(NativeFile inHandle) {
+  return ::ReOpenFile(inHandle, GENERIC_READ,
+                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                      FILE_FLAG_NO_BUFFERING);
+}
+
+Result ReadSequentially(NativeFile inHandle, std::uint64_t inOffset, std::uint64_t& ioPointer,
+                        void* outData, std::uint32_t inSize, std::uint32_t& outBytes) {
+  outBytes = 0;
+  if (ioPointer != inOffset) {
+    LARGE_INTEGER start;
+    start.QuadPart = static_cast<LONGLONG>(inOffset);
+    ioPointer = UINT64_MAX;
+    if (!::SetFilePointerEx(inHandle, start, nullptr, FILE_BEGIN))
+      return Win::SystemErrorToOstraResult(::GetLastError());
+  }
+  DWORD got = 0;
+  if (!::ReadFile(inHandle, outData, inSize, &got, nullptr)) {
+    ioPointer = UINT64_MAX;
+    return Win::SystemErrorToOstraResult(::GetLastError());
+  }
+  ioPointer = inOffset + got;
+  outBytes = got;
+  return kSuccess;
+}
+
+// At an offset given in an OVERLAPPED (no event): the file pointer is not
+// consulted.
+Result ReadAtOffset(NativeFile inHandle, std::uint64_t inOffset, void* outData,
+                    std::uint32_t inSize, std::uint32_t& outBytes) {
+  OVERLAPPED overlapped = {};
+  overlapped.Offset = static_cast<DWORD>(inOffset);
+  overlapped.OffsetHigh = static_cast<DWORD>(inOffset >> 32);
+  DWORD got = 0;
+  if (!::ReadFile(inHandle, outData, inSize, &got, &overlapped)) {
+    const DWORD error = ::GetLastError();
+    if (error != ERROR_HANDLE_EOF) {
+      outBytes = got;
+      return Win::SystemErrorToOstraResult(error);
+    }
+    // The request has completed already on a handle opened for synchronous
+    // I/O, so this returns at once with the count (0).
+    ::GetOverlappedResult(inHandle, &overlapped, &got, TRUE);
+  }
+  outBytes = got;
+  return kSuccess;
+}
+
+Result ReadAtPointer(NativeFile inHandle, void* outData, std::uint32_t inSize,
+                     std::uint32_t& outBytes) {
+  DWORD got = 0;
+  const BOOL succeeded = ::ReadFile(inHandle, outData, inSize, &got, nullptr);
+  outBytes = got;
+  return succeeded ? kSuccess : Win::SystemErrorToOstraResult(::GetLastError());
+}
+
+Result WriteAtPointer(NativeFile inHandle, const void* inData, std::uint32_t inSize,
+                      std::uint32_t& outBytes) {
+  DWORD written = 0;
+  const BOOL succeeded = ::WriteFile(inHandle, inData, inSize, &written, nullptr);
+  const DWORD error = succeeded ? 0 : ::GetLastError();
+  outBytes = written;
+  return succeeded ? kSuccess : Win::SystemErrorToOstraResult(error);
+}
+
+Result FlushSystemFile(NativeFile inHandle) {
+  if (!::FlushFileBuffers(inHandle)) return Win::SystemErrorToOstraResult(::GetLastError());
+  return kSuccess;
+}
+
+Result EndSystemFileHere(NativeFile inHandle) {
+  return ::SetEndOfFile(inHandle) ? kSuccess : kFileMinusOne;
+}
+
+Result MoveSystemFilePointer(NativeFile inHandle, std::int64_t inDistance, int inMethod,
+                             std::int64_t& outPosition) {
+  DWORD method = FILE_CURRENT;
+  if (inMethod == FilePointerMoveMethod::kBegin) method = FILE_BEGIN;
+  if (inMethod == FilePointerMoveMethod::kEnd) method = FILE_END;
+  LARGE_INTEGER distance;
+  distance.QuadPart = inDistance;
+  LARGE_INTEGER position;
+  position.QuadPart = 0;
+  // Deliberately compared with -1, which SetFilePointerEx never returns:
+  // callers rely on a direct move always reporting success, and a failed
+  // query gives 0.
+  if (::SetFilePointerEx(inHandle, distance, &position, method) == -1) return kFileMinusOne;
+  outPosition = position.QuadPart;
+  return kSuccess;
+}
+
+std::uint64_t SystemFileSize(NativeFile inHandle) {
+  LARGE_INTEGER size;
+  if (!::GetFileSizeEx(inHandle, &size)) size.QuadPart = 0;
+  return static_cast<std::uint64_t>(size.QuadPart);
+}
+
+Result GetSystemFileTimes(NativeFile inHandle, std::uint64_t* outCreated,
+                          std::uint64_t* outWritten) {
+  FILETIME created, written;
+  if (!::GetFileTime(inHandle, outCreated ? &created : nullptr, nullptr,
+                     outWritten ? &written : nullptr))
+    return Win::SystemErrorToOstraResult(::GetLastError());
+  if (outCreated) *outCreated = FromFileTime(created);
+  if (outWritten) *outWritten = FromFileTime(written);
+  return kSuccess;
+}
+
+// The id comes from FileIdInfo (128 bits, ReFS needs them all) or, where a
+// file system or older Windows refuses that, from the 64-bit index. Fields
+// a query does not fill stay 0 (unknown); Wine fills them all, from the
+// device, inode and ctime of the file.
+FileIdentity ReadFileIdentity(NativeFile inHandle) {
   FileIdentity identity;
   FILE_BASIC_INFO basic = {};
   if (::GetFileInformationByHandleEx(inHandle, FileBasicInfo, &basic, sizeof basic) &&
@@ -175,164 +247,24 @@ FileIdentity ReadFileIdentity(HANDLE inHandle) {
   return identity;
 }
 
-}  // namespace
-
-// ---------------------------------------------------------------- reading
-
-void* ReopenForReading(void* inHandle) {
-  return ::ReOpenFile(inHandle, GENERIC_READ,
-                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                      FILE_FLAG_NO_BUFFERING);
-}
-
-Result ReadSequentially(void* inHandle, std::uint64_t inOffset, std::uint64_t& ioPointer,
-                        void* outData, std::uint32_t inSize, std::uint32_t& outBytes) {
-  outBytes = 0;
-  if (ioPointer != inOffset) {
-    LARGE_INTEGER start;
-    start.QuadPart = static_cast<LONGLONG>(inOffset);
-    ioPointer = UINT64_MAX;
-    if (!::SetFilePointerEx(inHandle, start, nullptr, FILE_BEGIN))
-      return Win::SystemErrorToOstraResult(::GetLastError());
-  }
-  DWORD got = 0;
-  if (!::ReadFile(inHandle, outData, inSize, &got, nullptr)) {
-    ioPointer = UINT64_MAX;
-    return Win::SystemErrorToOstraResult(::GetLastError());
-  }
-  ioPointer = inOffset + got;
-  outBytes = got;
-  return kSuccess;
-}
-
-Result File::PrivateImpl::ReadBlockFromDisk(std::uint64_t inBlockStart, bool inPositional,
-                                            unsigned char* outData, std::uint32_t inSize,
-                                            std::uint32_t& outBytes) {
-  outBytes = 0;
-  if (inPositional) return ReadAtOffset(mHandle.Get(), inBlockStart, outData, inSize, outBytes);
-  // Always moved: whoever holds the File's handle may have moved it.
-  std::uint64_t unknown = UINT64_MAX;
-  return ReadSequentially(mHandle.Get(), inBlockStart, unknown, outData, inSize, outBytes);
-}
-
-Result File::Read(void* outBuffer, std::uint32_t inCount, std::uint32_t& outRead) {
-  PrivateImpl& impl = *mImpl;
-  // The hit path: all of it inside the last block (never true for a File
-  // that is closed or uncached, whose hit length is 0).
-  const std::uint64_t offset = impl.mPosition - impl.mHitStart;
-  if (offset < impl.mHitLength && inCount <= impl.mHitLength - offset) {
-    CopyBytes(outBuffer, impl.mHitData + offset, inCount);
-    impl.mPosition += inCount;
-    outRead = inCount;
-    return kSuccess;
-  }
-  return impl.ReadBeyondHitBlock(*this, outBuffer, inCount, outRead);
-}
-
-Result File::PrivateImpl::ReadBeyondHitBlock(const File& inFile, void* outBuffer,
-                                             std::uint32_t inCount, std::uint32_t& outRead) {
-  outRead = 0;
-  // Read has no assertion of its own; a closed File reads nothing.
-  if (!inFile.IsOpen()) return eFileNotFound;
-  if (IsCached()) {
-    const Result result =
-        CachedRead(mPosition, inFile.SizeOnDisk(), outBuffer, inCount, outRead, nullptr);
-    if (strata::ResultSucceeded(result)) mPosition += outRead;
-    return result;
-  }
-  DWORD got = 0;
-  const BOOL succeeded = ::ReadFile(mHandle.Get(), outBuffer, inCount, &got, nullptr);
-  outRead = got;
-  return succeeded ? kSuccess : Win::SystemErrorToOstraResult(::GetLastError());
-}
-
-Result SharedFile::ReadAt(void* outBuffer, std::int64_t inOffset, std::uint32_t inCount,
-                          std::uint32_t& outRead) {
-  outRead = 0;
-  if (!IsOpen()) return eFileNotFound;
-  if (inOffset < 0) return eUnknown;
-  const std::uint64_t offset = static_cast<std::uint64_t>(inOffset);
-  if (mImpl->IsCached())
-    return mImpl->CachedRead(offset, SizeOnDisk(), outBuffer, inCount, outRead,
-                             &mSharedImpl->mReads);
-  if (inCount == 0) return kSuccess;
-  return ReadAtOffset(mImpl->mHandle.Get(), offset, outBuffer, inCount, outRead);
-}
-
 // ---------------------------------------------------------- open and close
 
-Result File::Create(const UTF16String& inPath, FileAccessFlags::Type inAccess,
-                    FileShareModeFlags::Type inShareMode,
-                    FileCreateDispositionFlags::Type inDisposition,
-                    FileAttributesFlags::Type inAttributes, bool inAllowDirectory) {
-  STRATA_INPUT_CONTRACT(!IsOpen());
-  if (!inAllowDirectory && PathUtils::IsDirectory(inPath)) return eUnknown;
-  // Copied before anything is opened: storing it later cannot fail then.
-  UTF16String path(inPath);
-
-  int attributes = inAttributes;
-  // Only a file nobody else writes (or whose owner says caching is safe)
-  // may be served from blocks read earlier.
-  const bool cacheable = inAccess == FileAccessFlags::kFileRead &&
-                         !(inAttributes & FileAttributesFlags::kNoBuffering) &&
-                         ((inAttributes & FileAttributesFlags::kAllowCaching) ||
-                          !(inShareMode & FileShareModeFlags::kShareWrite));
-  if (cacheable) {
-    const strata::classref::InterfaceRef<IFileBufferFactory> factory =
-        Foundation::GetFileBufferFactory();
-    if (factory) {
-      mImpl->mFileBuffer = factory->CreateFileBuffer();
-      mImpl->mPosition = 0;
-      if (!mImpl->mBufferSizeSet)
-        DiskUtils::GetEfficientDiskBufferSizeFromPath(inPath, mImpl->mBlockSize);
-      if (mImpl->mBlockSize < kMinimumBlockSize) mImpl->mBlockSize = kMinimumBlockSize;
-      // Whole blocks go to the cache; Windows need not buffer them too.
-      if (mImpl->mFileBuffer) attributes |= FileAttributesFlags::kNoBuffering;
-    }
-  }
-
-  Result result = kSuccess;
-  if (!PathUtils::IsWinAPIAcceptablePath(inPath)) {
-    result = ePathNotFound;
-  } else {
-    const DWORD disposition = MapDisposition(inDisposition);
-    HANDLE handle = ::CreateFileW(PathUtils::ToNormalizedPath(inPath).c_str(),
-                                  MapAccess(inAccess), static_cast<DWORD>(inShareMode) & 7,
-                                  nullptr, disposition, MapAttributes(attributes), nullptr);
-    if (handle == INVALID_HANDLE_VALUE)
-      result = Win::SystemErrorToOstraResult(::GetLastError());
-    else
-      mImpl->mHandle.Reset(handle);
-  }
-  mImpl->mPath.swap(path);
-  if (!strata::ResultSucceeded(result)) {
-    // A File that did not open holds no cache of its own.
-    mImpl->mFileBuffer.Reset();
-    return result;
-  }
-
-  if (mImpl->IsCached()) {
-    std::uint64_t time = 0;
-    GetLastModificationTime(time);
-    const std::uint64_t size = SizeOnDisk();
-    // The library's own cache also learns what tells this version from a
-    // same-size rewrite that kept the write time, and how far this File
-    // reads ahead; a host's cache only the three.
-    LibraryFileBuffer* const own = AsLibraryFileBuffer(mImpl->mFileBuffer.Get());
-    if (own) own->SetFileIdentity(ReadFileIdentity(mImpl->mHandle.Get()));
-    try {
-      mImpl->mFileBuffer->SetFile(time, inPath, size);
-    } catch (...) {
-      // A cache that cannot take the file leaves nothing open behind it.
-      Close();
-      throw;
-    }
-    if (own) own->SetReadAhead(mImpl->mReadAheadBlocks);
-    if (!mImpl->mBufferSizeSet && size >= kLargeFileThreshold &&
-        mImpl->mBlockSize < kLargeFileBlockSize)
-      mImpl->mBlockSize = kLargeFileBlockSize;
-  }
+Result OpenSystemFile(const UTF16String& inPath, int inAccess, int inShareMode, int inDisposition,
+                      int inAttributes, OwnedFile& outFile) {
+  if (!PathUtils::IsWinAPIAcceptablePath(inPath)) return ePathNotFound;
+  HANDLE handle =
+      ::CreateFileW(PathUtils::ToNormalizedPath(inPath).c_str(), MapAccess(inAccess),
+                    static_cast<DWORD>(inShareMode) & 7, nullptr, MapDisposition(inDisposition),
+                    MapAttributes(inAttributes), nullptr);
+  if (handle == INVALID_HANDLE_VALUE) return Win::SystemErrorToOstraResult(::GetLastError());
+  outFile.Reset(handle);
   return kSuccess;
+}
+
+bool IsDirectoryOnDisk(const UTF16String& inPath) { return PathUtils::IsDirectory(inPath); }
+
+void GetEfficientBlockSize(const UTF16String& inPath, std::uint32_t& ioSize) {
+  DiskUtils::GetEfficientDiskBufferSizeFromPath(inPath, ioSize);
 }
 
 Result File::Open(const UTF16String& inPath, FileAccessFlags::Type inAccess, File& ioFile,
@@ -345,173 +277,7 @@ Result File::Open(const UTF16String& inPath, FileAccessFlags::Type inAccess, Fil
                        false);
 }
 
-void File::Close() {
-  // Read-ahead ends first; it waits for the read in progress.
-  mImpl->StopReadAhead();
-  mImpl->ClearHitBlock();
-  mImpl->mHandle.Close();
-  // Close always closes, also from the destructor: a cache that throws
-  // loses the rest of its unpins rather than keeping the File half open.
-  std::map<std::uint64_t, std::uint64_t> pinned;
-  pinned.swap(mImpl->mPinnedBlocks);
-  if (!pinned.empty()) {
-    IFileBuffer& buffer = *mImpl->mFileBuffer;
-    try {
-      for (const auto& block : pinned) buffer.UnpinBlock(block.second, mImpl->mBlockSize);
-    } catch (...) {
-    }
-  }
-  mImpl->mFileBuffer.Reset();
-  mImpl->mLastBlock.reset();
-  if (mImpl->mThreadBlocks) mImpl->mThreadBlocks->Clear();
-  mImpl->mKnownSize.store(0);
-}
-
-bool File::IsOpen() const { return mImpl->mHandle.Get() != INVALID_HANDLE_VALUE; }
-
 void* File::GetPlatformFileHandle() { return mImpl->mHandle.Get(); }
-
-// ---------------------------------------------------------------- writing
-
-Result File::Write(const void* inBuffer, std::uint32_t inCount, std::uint32_t& outWritten) {
-  if (!IsOpen()) {
-    STRATA_ASSERT_ONCE(IsOpen(), "Write called on a File that isn't open. Please report this error.");
-    return eFileNotFound;
-  }
-  DWORD written = 0;
-  const BOOL succeeded = ::WriteFile(mImpl->mHandle.Get(), inBuffer, inCount, &written, nullptr);
-  const DWORD error = succeeded ? 0 : ::GetLastError();
-  outWritten = written;
-  return succeeded ? kSuccess : Win::SystemErrorToOstraResult(error);
-}
-
-Result File::Flush() {
-  if (!IsOpen()) {
-    STRATA_ASSERT_ONCE(IsOpen(), "Flush called on a File that isn't open. Please report this error.");
-    return eFileNotFound;
-  }
-  if (!::FlushFileBuffers(mImpl->mHandle.Get()))
-    return Win::SystemErrorToOstraResult(::GetLastError());
-  return kSuccess;
-}
-
-Result File::SetEndOfFile() {
-  if (!IsOpen()) {
-    STRATA_ASSERT_ONCE(IsOpen(),
-                       "SetEndOfFile called on a File that isn't open. Please report this error.");
-    return eFileNotFound;
-  }
-  return ::SetEndOfFile(mImpl->mHandle.Get()) ? kSuccess : kFileMinusOne;
-}
-
-// ------------------------------------------------------------ the pointer
-
-Result File::SetFilePointer(std::int64_t inDistance, FilePointerMoveMethod::Type inMethod) {
-  if (!IsOpen()) {
-    STRATA_ASSERT_ONCE(IsOpen(),
-                       "SetFilePointer called on a File that isn't open. Please report this error.");
-    return eFileNotFound;
-  }
-  if (mImpl->IsCached()) {
-    const std::uint64_t size = SizeOnDisk();
-    switch (inMethod) {
-      case FilePointerMoveMethod::kBegin:
-        mImpl->mPosition = ClampedMove(0, inDistance, size);
-        break;
-      case FilePointerMoveMethod::kCurrent:
-        mImpl->mPosition = ClampedMove(mImpl->mPosition, inDistance, size);
-        break;
-      case FilePointerMoveMethod::kEnd:
-        // Both signs count back from the end: callers pass either.
-        mImpl->mPosition = ClampedMove(size, inDistance > 0 ? -inDistance : inDistance, size);
-        break;
-      default:
-        return eUnknown;
-    }
-    return kSuccess;
-  }
-  DWORD method = FILE_CURRENT;
-  if (inMethod == FilePointerMoveMethod::kBegin) method = FILE_BEGIN;
-  if (inMethod == FilePointerMoveMethod::kEnd) method = FILE_END;
-  LARGE_INTEGER distance;
-  distance.QuadPart = inDistance;
-  // Deliberately compared with -1, which SetFilePointerEx never returns:
-  // callers rely on a direct move always reporting success.
-  if (::SetFilePointerEx(mImpl->mHandle.Get(), distance, nullptr, method) == -1)
-    return kFileMinusOne;
-  return kSuccess;
-}
-
-Result File::GetFilePointer(std::int64_t& outPosition) const {
-  if (!IsOpen()) {
-    STRATA_ASSERT_ONCE(IsOpen(),
-                       "GetFilePointer called on a File that isn't open. Please report this error.");
-    return eFileNotFound;
-  }
-  if (mImpl->IsCached()) {
-    outPosition = static_cast<std::int64_t>(mImpl->mPosition);
-    return kSuccess;
-  }
-  LARGE_INTEGER zero = {};
-  LARGE_INTEGER position;
-  position.QuadPart = 0;
-  // The same comparison with -1 as SetFilePointer: a failed query gives 0.
-  if (::SetFilePointerEx(mImpl->mHandle.Get(), zero, &position, FILE_CURRENT) == -1)
-    return kFileMinusOne;
-  outPosition = position.QuadPart;
-  return kSuccess;
-}
-
-// ---------------------------------------------------------- times and size
-
-Result File::GetCreationTime(std::uint64_t& outTime) const {
-  if (!IsOpen()) {
-    STRATA_ASSERT_ONCE(IsOpen(),
-                       "GetCreationTime called on a File that isn't open. Please report this error.");
-    return eFileNotFound;
-  }
-  FILETIME created;
-  if (!::GetFileTime(mImpl->mHandle.Get(), &created, nullptr, nullptr))
-    return Win::SystemErrorToOstraResult(::GetLastError());
-  outTime = FromFileTime(created);
-  return kSuccess;
-}
-
-Result File::GetLastModificationTime(std::uint64_t& outTime) const {
-  if (!IsOpen()) {
-    STRATA_ASSERT_ONCE(
-        IsOpen(),
-        "GetLastModificationTime called on a File that isn't open. Please report this error.");
-    return eFileNotFound;
-  }
-  FILETIME written;
-  if (!::GetFileTime(mImpl->mHandle.Get(), nullptr, nullptr, &written))
-    return Win::SystemErrorToOstraResult(::GetLastError());
-  outTime = FromFileTime(written);
-  return kSuccess;
-}
-
-std::uint64_t File::SizeOnDisk() const {
-  if (!IsOpen()) {
-    STRATA_ASSERT_ONCE(IsOpen(),
-                       "SizeOnDisk called on a File that isn't open. Please report this error.");
-    return 0;
-  }
-  const std::uint64_t known = mImpl->mKnownSize.load();
-  if (known != 0 && mImpl->IsCached()) return known;
-  LARGE_INTEGER size;
-  if (!::GetFileSizeEx(mImpl->mHandle.Get(), &size)) size.QuadPart = 0;
-  mImpl->mKnownSize.store(static_cast<std::uint64_t>(size.QuadPart));
-  return static_cast<std::uint64_t>(size.QuadPart);
-}
-
-FileSystemType::Type File::GetFileSystemType() const {
-  if (!IsOpen()) {
-    STRATA_ASSERT_ONCE(
-        IsOpen(), "GetFileSystemType called on a File that isn't open. Please report this error.");
-  }
-  return FileSystemType::kUnknown;
-}
 
 // ---------------------------------------------------------- files by path
 
@@ -550,6 +316,26 @@ Result File::Delete(const UTF16String& inPath) {
   if (!::DeleteFileW(PathUtils::ToNormalizedPath(inPath).c_str()))
     return Win::SystemErrorToOstraResult(::GetLastError());
   return kSuccess;
+}
+
+UTF16String File::MakeUniqueTempPath(const UTF16String& inPath, bool inKeepExtension) {
+  const UTF16String directory = PathUtils::GetFullDirectoryPart(inPath);
+  UTF16String file = PathUtils::GetFilePart(inPath);
+  const UTF16String extension = PathUtils::GetExtensionPart(inPath);
+
+  // Only the name and extension are kept within the classic limit; the
+  // folder may be as long as the long-path form allows.
+  const std::size_t guidLength = strata::utility::Guid().AsString().size();
+  const std::size_t limit = static_cast<std::size_t>(OSTRA_MAX_PATH) - guidLength;
+  if (file.size() + extension.size() > limit)
+    file.resize(extension.size() < limit ? limit - extension.size() : 0);
+
+  const UTF16String prefix = directory + file + L"~";
+  for (;;) {
+    UTF16String candidate = prefix + strata::utility::Guid::CreateUnique().AsString();
+    if (inKeepExtension) candidate += extension;
+    if (!PathUtils::ExistsOnDisk(candidate, false)) return candidate;
+  }
 }
 
 Result File::SwapTempFile(const UTF16String& inTempPath, const UTF16String& inTargetPath) {
