@@ -14,18 +14,6 @@ using Ostra::UTF16String;
 
 using OstraTest::Show;
 
-TEST(PathConstants, HaveTheirExactTexts) {
-  EXPECT_EQ(260, Ostra::OSTRA_MAX_PATH);
-  EXPECT_EQ(L"\\", PathUtils::kPathSeparator);
-  EXPECT_EQ(L"/", PathUtils::kOppositePlatformPathSeparator);
-  EXPECT_EQ(L".", PathUtils::kExtension);
-  EXPECT_EQ(L"\\\\", PathUtils::kShortUNCPathPrefix);
-  EXPECT_EQ(LR"(\\?\UNC)", PathUtils::kLongUNCPathPrefix);
-  EXPECT_EQ(L"\\ / : * ? \" < > |", PathUtils::kIllegalFilenameCharactersDisplay);
-  EXPECT_EQ(L"/ : * ? \" < > |", PathUtils::kIllegalPathCharactersDisplay);
-  EXPECT_EQ(PathUtils::kPathSeparator, PathUtils::GetPathSeparator());
-}
-
 TEST(PathConstants, DisplayStringShowsExactlyTheCharactersThatAreRemoved) {
   std::set<wchar_t> shown;
   for (wchar_t c : PathUtils::kIllegalFilenameCharactersDisplay)
