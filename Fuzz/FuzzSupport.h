@@ -19,6 +19,15 @@
     }                                                                     \
   } while (0)
 
+// Ends the run at the first rule of Rules.h the input breaks.
+#define FUZZ_CHECK_RULES(rules)                                        \
+  do {                                                                 \
+    if (const char* broken = (rules)) {                                \
+      std::fprintf(stderr, "fuzz rule broken: %s\n", broken);          \
+      std::abort();                                                    \
+    }                                                                  \
+  } while (0)
+
 namespace OstraFuzz {
 
 inline strata::UTF16String UnitsOf(const std::uint8_t* inData, std::size_t inSize) {

@@ -4,44 +4,12 @@
 #include "FuzzSupport.h"
 #include "Ostra/PathUtils.h"
 #include "PathUtilsPrivate.h"
+#include "Rules.h"
 
 namespace {
 
 namespace PathUtils = Ostra::PathUtils;
 using strata::UTF16String;
-
-void CheckParts(const UTF16String& inPath) {
-  UTF16String drive, directory, file, extension;
-  PathUtils::SplitPath(inPath, &drive, &directory, &file, &extension);
-  const UTF16String cString(inPath.c_str());
-  FUZZ_CHECK(drive + directory + file + extension == cString);
-  FUZZ_CHECK(PathUtils::MakePath(drive, directory, file, extension) == cString ||
-             cString.size() + 5 > 2048);
-  FUZZ_CHECK(directory.empty() || PathUtils::IsPathSeparator(directory.back()));
-  FUZZ_CHECK(file.find_first_of(L"\\/") == UTF16String::npos);
-  FUZZ_CHECK(extension.empty() || extension[0] == L'.');
-  if (!inPath.empty()) {
-    FUZZ_CHECK(PathUtils::GetFullFilePart(inPath) == file + extension);
-    FUZZ_CHECK(PathUtils::GetFullDirectoryPart(inPath) == drive + directory);
-  }
-  UTF16String cleaned = inPath;
-  const bool removed = PathUtils::RemoveIllegalFileNameCharacters(cleaned);
-  FUZZ_CHECK(removed == (cleaned != inPath));
-  FUZZ_CHECK(!PathUtils::RemoveIllegalFileNameCharacters(cleaned));
-}
-
-void CheckNormalForm(const UTF16String& inPath) {
-  const UTF16String normal = PathUtils::ToNormalizedPath(inPath);
-  FUZZ_CHECK(PathUtils::ToNormalizedPath(normal) == normal);
-  FUZZ_CHECK(normal == inPath || PathUtils::IsNormalizedPath(normal));
-  FUZZ_CHECK(PathUtils::IsWinAPIAcceptablePath(normal) == PathUtils::IsWinAPIAcceptablePath(inPath));
-  // Only prefixes change: the long prefix in front (and a drive root's
-  // backslash behind), or the UNC form's in place of the first backslash.
-  const UTF16String kLong = L"\\\\?\\";
-  FUZZ_CHECK(normal == inPath || normal == kLong + inPath || normal == kLong + inPath + L"\\" ||
-             normal == inPath + L"\\" ||
-             (!inPath.empty() && normal == kLong + L"UNC" + inPath.substr(1)));
-}
 
 // Relating two directories fails without touching the output, or answers
 // (possibly "", as the shell does for "a\\\" and "A\\").
@@ -70,8 +38,8 @@ void CheckCombine(const UTF16String& inBase, const UTF16String& inMore) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t inSize) {
   const UTF16String text = OstraFuzz::UnitsOf(inData, inSize);
-  CheckParts(text);
-  CheckNormalForm(text);
+  FUZZ_CHECK_RULES(OstraRules::PathParts(text));
+  FUZZ_CHECK_RULES(OstraRules::NormalForm(text));
   // Two directories: the text cut at its first '|'.
   const std::size_t bar = text.find(L'|');
   if (bar != UTF16String::npos) {

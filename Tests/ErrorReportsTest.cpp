@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 
 #include "Ostra/ErrorReports.h"
@@ -18,7 +19,7 @@ const wchar_t kAccessViolation[] =
     L"EXCEPTION_ACCESS_VIOLATION (The thread attempted to read from or write to a virtual address "
     L"for which it does not have the appropriate access.)";
 
-TEST(Win32ErrorCodeToMessage, GivesTheSystemsTextWithItsLineEnd) {
+TEST(Win32ErrorCodeToMessage, GivesTheSystemsTextOrTheFixedTextForUnknownCodes) {
   for (unsigned long code : {2ul, 5ul, 32ul}) {
     SCOPED_TRACE(code);
     const UTF16String message = Ostra::Win32ErrorCodeToMessage(code);
@@ -26,9 +27,6 @@ TEST(Win32ErrorCodeToMessage, GivesTheSystemsTextWithItsLineEnd) {
     EXPECT_EQ(L"\r\n", message.substr(message.size() - 2)) << Show(message);
   }
   EXPECT_NE(Ostra::Win32ErrorCodeToMessage(2), Ostra::Win32ErrorCodeToMessage(5));
-}
-
-TEST(Win32ErrorCodeToMessage, UnknownErrorsGiveTheFixedText) {
   for (unsigned long code : {0x2000FFFFul, 0xDEADBEEFul, 0xFFFFFFFFul}) {
     SCOPED_TRACE(code);
     EXPECT_EQ(L"There was an error converting this Win32 error to a message!",
@@ -36,49 +34,38 @@ TEST(Win32ErrorCodeToMessage, UnknownErrorsGiveTheFixedText) {
   }
 }
 
-TEST(Win32ExceptionCodeToString, DescribesEachCodeOfTheTable) {
+// Each code of the table is named, then described in parentheses; each
+// description is its own (their wording is the system's documentation).
+TEST(Win32ExceptionCodeToString, NamesEachCodeOfTheTableWithItsOwnDescription) {
   const struct {
     unsigned long code;
-    const wchar_t* text;
+    const wchar_t* name;
   } rows[] = {
-      {0x80000002, L"EXCEPTION_DATATYPE_MISALIGNMENT (The thread attempted to read or write data "
-                   L"that is misaligned on hardware that does not provide alignment. For example, "
-                   L"16-bit values must be aligned on 2-byte boundaries, 32-bit values on 4-byte "
-                   L"boundaries, and so on.)"},
-      {0x80000003, L"EXCEPTION_BREAKPOINT (A breakpoint was encountered.)"},
-      {0x80000004, L"EXCEPTION_SINGLE_STEP (A trace trap or other single-instruction mechanism "
-                   L"signaled that one instruction has been executed.)"},
-      {0xC0000005, kAccessViolation},
-      {0xC0000025, L"EXCEPTION_NONCONTINUABLE_EXCEPTION (The thread attempted to continue "
-                   L"execution after a noncontinuable exception occurred.)"},
-      {0xC000008C, L"EXCEPTION_ARRAY_BOUNDS_EXCEEDED (The thread attempted to access an array "
-                   L"element that is out of bounds, and the underlying hardware supports bounds "
-                   L"checking.)"},
-      {0xC000008D, L"EXCEPTION_FLT_DENORMAL_OPERAND (One of the operands in a floating-point "
-                   L"operation is denormal. A denormal value is one that is too small to represent "
-                   L"as a standard floating-point value.)"},
-      {0xC000008E, L"EXCEPTION_FLT_DIVIDE_BY_ZERO (The thread attempted to divide a floating-point "
-                   L"value by a floating-point divisor of zero.)"},
-      {0xC000008F, L"EXCEPTION_FLT_INEXACT_RESULT (The result of a floating-point operation cannot "
-                   L"be represented exactly as a decimal fraction.)"},
-      {0xC0000090, L"EXCEPTION_FLT_INVALID_OPERATION (This exception represents any "
-                   L"floating-point exception not included in this list.)"},
-      {0xC0000091, L"EXCEPTION_FLT_OVERFLOW (The exponent of a floating-point operation is greater "
-                   L"than the magnitude allowed by the corresponding type.)"},
-      {0xC0000092, L"EXCEPTION_FLT_STACK_CHECK (The stack overflowed or underflowed as the result "
-                   L"of a floating-point operation.)"},
-      {0xC0000093, L"EXCEPTION_FLT_UNDERFLOW (The exponent of a floating-point operation is less "
-                   L"than the magnitude allowed by the corresponding type.)"},
-      {0xC0000094, L"EXCEPTION_INT_DIVIDE_BY_ZERO (The thread attempted to divide an integer value "
-                   L"by an integer divisor of zero.)"},
-      {0xC0000095, L"EXCEPTION_INT_OVERFLOW (The result of an integer operation caused a carry out "
-                   L"of the most significant bit of the result.)"},
-      {0xC0000096, L"EXCEPTION_PRIV_INSTRUCTION (The thread attempted to execute an instruction "
-                   L"whose operation is not allowed in the current machine mode.)"},
+      {0x80000002, L"EXCEPTION_DATATYPE_MISALIGNMENT"},
+      {0x80000003, L"EXCEPTION_BREAKPOINT"},
+      {0x80000004, L"EXCEPTION_SINGLE_STEP"},
+      {0xC0000005, L"EXCEPTION_ACCESS_VIOLATION"},
+      {0xC0000025, L"EXCEPTION_NONCONTINUABLE_EXCEPTION"},
+      {0xC000008C, L"EXCEPTION_ARRAY_BOUNDS_EXCEEDED"},
+      {0xC000008D, L"EXCEPTION_FLT_DENORMAL_OPERAND"},
+      {0xC000008E, L"EXCEPTION_FLT_DIVIDE_BY_ZERO"},
+      {0xC000008F, L"EXCEPTION_FLT_INEXACT_RESULT"},
+      {0xC0000090, L"EXCEPTION_FLT_INVALID_OPERATION"},
+      {0xC0000091, L"EXCEPTION_FLT_OVERFLOW"},
+      {0xC0000092, L"EXCEPTION_FLT_STACK_CHECK"},
+      {0xC0000093, L"EXCEPTION_FLT_UNDERFLOW"},
+      {0xC0000094, L"EXCEPTION_INT_DIVIDE_BY_ZERO"},
+      {0xC0000095, L"EXCEPTION_INT_OVERFLOW"},
+      {0xC0000096, L"EXCEPTION_PRIV_INSTRUCTION"},
   };
+  std::set<UTF16String> descriptions;
   for (const auto& row : rows) {
     SCOPED_TRACE(row.code);
-    EXPECT_EQ(row.text, Ostra::Win32ExceptionCodeToString(row.code));
+    const UTF16String text = Ostra::Win32ExceptionCodeToString(row.code);
+    const UTF16String start = row.name + UTF16String(L" (");
+    EXPECT_EQ(start, text.substr(0, start.size())) << Show(text);
+    EXPECT_EQ(L".)", text.substr(text.size() - 2)) << Show(text);
+    EXPECT_TRUE(descriptions.insert(text.substr(start.size())).second) << Show(text);
   }
 }
 

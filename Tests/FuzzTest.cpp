@@ -8,10 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "../Fuzz/Rules.h"
 #include "Ostra/DirectoryRegistry.h"
 #include "Ostra/PathUtils.h"
-#include "Ostra/Timecode.h"
-#include "PathUtilsPrivate.h"
 #include "Support/Fuzz.h"
 #include "Support/PathText.h"
 
@@ -23,108 +22,39 @@ using OstraTest::Fuzzer;
 using OstraTest::kFuzzInputs;
 using OstraTest::PathText;
 
-TEST(Fuzz, PathPartsSplitAndJoinAgree) {
+// Ends the test at the first rule the input breaks, naming the rule, the
+// seed and the input.
+#define FUZZ_EXPECT_RULES(rules, fuzz, index, input)                                       \
+  do {                                                                                     \
+    if (const char* broken = (rules)) {                                                    \
+      ADD_FAILURE() << broken << "\n  " << (fuzz).Where(index) << ": \""                   \
+                    << ::OstraTest::Show(input) << "\"";                                   \
+      return;                                                                              \
+    }                                                                                      \
+  } while (0)
+
+TEST(Fuzz, PathPartsSplitAndJoinAgreeAndTheNormalFormIsStable) {
   Fuzzer fuzz("path parts");
   for (int i = 0; i < kFuzzInputs; ++i) {
     const UTF16String path = PathText(fuzz, 24);
-    UTF16String drive, directory, file, extension;
-    PathUtils::SplitPath(path, &drive, &directory, &file, &extension);
-    // The parts are the path up to its first NUL, in order.
-    const UTF16String cString(path.c_str());
-    FUZZ_EXPECT(drive + directory + file + extension == cString, fuzz, i, path);
-    FUZZ_EXPECT(PathUtils::MakePath(drive, directory, file, extension) == cString, fuzz, i, path);
-    FUZZ_EXPECT(directory.empty() || PathUtils::IsPathSeparator(directory.back()), fuzz, i, path);
-    FUZZ_EXPECT(file.find_first_of(L"\\/") == UTF16String::npos, fuzz, i, path);
-    FUZZ_EXPECT(extension.empty() || extension[0] == L'.', fuzz, i, path);
-    FUZZ_EXPECT(extension.find_first_of(L"\\/") == UTF16String::npos, fuzz, i, path);
-    // The single-part queries agree with the split.
-    if (!path.empty()) {
-      FUZZ_EXPECT(PathUtils::GetDrivePart(path) == drive, fuzz, i, path);
-      FUZZ_EXPECT(PathUtils::GetDirectoryPart(path) == directory, fuzz, i, path);
-      FUZZ_EXPECT(PathUtils::GetFilePart(path) == file, fuzz, i, path);
-      FUZZ_EXPECT(PathUtils::GetExtensionPart(path) == extension, fuzz, i, path);
-      FUZZ_EXPECT(PathUtils::GetFullFilePart(path) == file + extension, fuzz, i, path);
-      FUZZ_EXPECT(PathUtils::GetFullDirectoryPart(path) == drive + directory, fuzz, i, path);
-    }
-    if (!extension.empty() && extension.size() > 1) {
-      FUZZ_EXPECT(PathUtils::FileHasExtension(path, extension), fuzz, i, path);
-      FUZZ_EXPECT(PathUtils::FileHasExtension(path, extension.substr(1)), fuzz, i, path);
-    }
-    // The name part is the whole path cut before its last dot.
-    const UTF16String name = PathUtils::GetFileNamePart(path);
-    const std::size_t dot = path.rfind(L'.');
-    FUZZ_EXPECT(name == path.substr(0, dot), fuzz, i, path);
-
-    UTF16String cleaned = path;
-    const bool removed = PathUtils::RemoveIllegalFileNameCharacters(cleaned);
-    FUZZ_EXPECT(removed == (cleaned != path), fuzz, i, path);
-    FUZZ_EXPECT(!PathUtils::RemoveIllegalFileNameCharacters(cleaned), fuzz, i, path);
-  }
-}
-
-TEST(Fuzz, NormalFormIsStableAndStripsBack) {
-  Fuzzer fuzz("normal form");
-  for (int i = 0; i < kFuzzInputs; ++i) {
-    const UTF16String path = PathText(fuzz, 16);
-    const UTF16String normal = PathUtils::ToNormalizedPath(path);
-    FUZZ_EXPECT(PathUtils::ToNormalizedPath(normal) == normal, fuzz, i, path);
-    FUZZ_EXPECT(normal == path || PathUtils::IsNormalizedPath(normal), fuzz, i, path);
-    FUZZ_EXPECT(
-        PathUtils::IsWinAPIAcceptablePath(normal) == PathUtils::IsWinAPIAcceptablePath(path), fuzz,
-        i, path);
-    // Only prefixes are added: the caller's text is the normal form's tail.
-    FUZZ_EXPECT(normal.size() >= path.size(), fuzz, i, path);
-    const bool drivePath = path.size() >= 3 && PathUtils::IsWinDriveLetter(path[0]) &&
-                           path[1] == L':' && path[2] == L'\\';
-    const bool uncPath = path.size() >= 3 && path[0] == L'\\' && path[1] == L'\\' &&
-                         path.compare(0, 4, L"\\\\?\\") != 0;
-    if (drivePath || uncPath) {
-      FUZZ_EXPECT(PathUtils::Win::StripUNC(normal) == path, fuzz, i, path);
-    }
+    FUZZ_EXPECT_RULES(OstraRules::PathParts(path), fuzz, i, path);
+    FUZZ_EXPECT_RULES(OstraRules::NormalForm(path), fuzz, i, path);
   }
 }
 
 TEST(Fuzz, TimecodeTextRoundTripsAndAnyTextParses) {
   Fuzzer fuzz("timecode");
-  using namespace stratamedia;
-  typedef TimeDisplayType T;
-  const struct {
-    T::Type format;
-    FrameRate rate;
-  } formats[] = {
-      {T::kTimecode24, kFrameRate_Film24},
-      {T::kTimecode25, kFrameRate_VideoPAL},
-      {T::kTimecodeNTSCDrop, kFrameRate_VideoNTSC},
-      {T::kTimecodeNTSCNonDrop, kFrameRate_VideoNTSC},
-      {T::kTimecode30, kFrameRate_Video30},
-      {T::kTimecode50, kFrameRate_Video50},
-      {T::kTimecodeNTSC60Drop, kFrameRate_VideoNTSC60},
-      {T::kTimecodeNTSC60NonDrop, kFrameRate_VideoNTSC60},
-      {T::kTimecode60, kFrameRate_Video60},
-      {T::kFrameCount, kFrameRate_VideoPAL},
-      {T::kTimecodeFilmNTSC, kFrameRate_FilmNTSC},
-      {T::kFeetFrames40, kFrameRate_Film24},
-      {T::kFeetFrames16, kFrameRate_Film24},
-  };
   const UTF16String kTimecodeAlphabet(L"0123456789:;.+- \t9");
-  Ostra::Timecode::Style style;  // signed, unwrapped hours: every frame has its own text
-  style.mAllowNegative = true;
-  style.mOptionB = true;
   for (int i = 0; i < kFuzzInputs; ++i) {
-    const auto& format = formats[fuzz.Below(13)];
+    const OstraRules::TimecodeFormat& format = OstraRules::TimecodeFormatAt(fuzz.Below(13));
     // Frames within about 100 hours either side of zero, and some at the
     // drop-frame minute edges.
     std::int64_t frame = static_cast<std::int64_t>(fuzz.Below(22000000)) - 11000000;
     if (fuzz.OneIn(4))
       frame = 1800 * static_cast<std::int64_t>(fuzz.Below(3000)) + fuzz.Below(5) - 2;
-    const TickTime time = FramesToTime(frame, format.rate);
-    const Ostra::Timecode timecode(time, format.rate, format.format, style);
-    const UTF16String text = timecode.GetString();
-    FUZZ_EXPECT(Ostra::Timecode::StringToTime(text, format.rate, format.format, true) == time, fuzz,
-                i, text);
-    // Any text reads as some time or as zero, without failing.
     const UTF16String noise = fuzz.Text(kTimecodeAlphabet, 16);
-    Ostra::Timecode::StringToTime(noise, format.rate, format.format, fuzz.OneIn(2));
+    FUZZ_EXPECT_RULES(OstraRules::TimecodeText(format, frame, noise, fuzz.OneIn(2)), fuzz, i,
+                      noise);
   }
 }
 

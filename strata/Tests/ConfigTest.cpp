@@ -40,15 +40,9 @@ TEST(LocalizeString, PlainTextAndOddFormsAreTakenAsText) {
   EXPECT_EQ(L"trailing ^", strata::config::LocalizeString("trailing ^"));
 }
 
-TEST(ClientIdentity, DefaultsToTheExecutableAndIsSettable) {
+TEST(ClientIdentity, DefaultsToTheExecutable) {
   EXPECT_EQ(L"strata_tests", strata::config::GetClientName());
   EXPECT_EQ(L"1.0", strata::config::GetClientInternalVersion());
-  strata::config::SetClientName(L"Editor");
-  strata::config::SetClientInternalVersion(L"12.0");
-  EXPECT_EQ(L"Editor", strata::config::GetClientName());
-  EXPECT_EQ(L"12.0", strata::config::GetClientInternalVersion());
-  strata::config::SetClientName(L"strata_tests");
-  strata::config::SetClientInternalVersion(L"1.0");
 }
 
 }  // namespace
