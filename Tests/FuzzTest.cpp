@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "../Fuzz/Rules.h"
+#include "Fuzz/Rules.h"
 #include "Ostra/DirectoryRegistry.h"
 #include "Ostra/PathUtils.h"
 #include "Support/Fuzz.h"

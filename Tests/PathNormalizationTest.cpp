@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "../Fuzz/Rules.h"
+#include "Fuzz/Rules.h"
 #include "Ostra/PathUtils.h"
 #include "Support/Dialogs.h"
 

@@ -3,7 +3,7 @@
 #include <set>
 #include <string>
 
-#include "../Fuzz/Rules.h"
+#include "Fuzz/Rules.h"
 #include "Ostra/PathUtils.h"
 #include "Support/Dialogs.h"
 #include "strata/Utility.h"
