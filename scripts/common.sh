@@ -41,9 +41,13 @@ configure_native() {
     if command -v ccache >/dev/null 2>&1; then
       launcher="-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache"
     fi
+    # -O1 and line tables only: what the sanitizers' reports need, and
+    # about a third less compile time than -O2 -g.
     # shellcheck disable=SC2086
     cmake -S "$ROOT" -B "$dir" -G Ninja -DOSTRA_PLATFORM=Posix \
       -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
-      -DCMAKE_BUILD_TYPE=RelWithDebInfo $launcher "$@"
+      -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+      -DCMAKE_C_FLAGS_RELWITHDEBINFO="-O1 -gline-tables-only -DNDEBUG" \
+      -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -gline-tables-only -DNDEBUG" $launcher "$@"
   fi
 }
