@@ -191,24 +191,6 @@ TEST_F(AsyncFileReaderTest, MisuseRaisesInputContractNamingDocumentedConditionSo
        },
        "Ostra::AsyncFileReader::Open",
        "!ioOpenedAsyncFileReader.mImpl->mExecutor", "WinAsyncFileReader", 241},
-      {"add a busy request twice",
-       [](const std::wstring&) {
-         int request = 0;
-         Ostra::RequestBusyList<int> list;
-         list.AddToBusyList(&request);
-         list.AddToBusyList(&request);
-       },
-       "Ostra::RequestBusyList<RequestType>::AddToBusyList",
-       "mBusyList.find(inRequest) == mBusyList.end()", "AsyncFileReader", 90},
-      {"remove a request that is not busy",
-       [](const std::wstring&) {
-         int request = 0;
-         int* const requests[] = {&request};
-         Ostra::RequestBusyList<int> list;
-         list.RemoveFromBusyList(requests, 1, [] { return 0u; });
-       },
-       "Ostra::RequestBusyList<RequestType>::RemoveFromBusyList",
-       "mBusyList.find(inRequest) != mBusyList.end()", "AsyncFileReader", 97},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);

@@ -1,7 +1,8 @@
 // The asynchronous reader on the process's I/O completion port: one read
 // thread issues every ReadFile, one completion thread collects the
 // results, and each request record comes from a fixed pool claimed without
-// locks. Callbacks go to the reader's serial executor. Both threads work in
+// locks. Callbacks go to the reader's serial executor (AsyncReadCompletion.h
+// holds that side and the read thread's queue). Both threads work in
 // batches, so that a busy reader pays one wake-up, one busy-list lock and
 // one executor post per batch rather than per read.
 #include "Ostra/AsyncFileReader.h"
@@ -9,14 +10,10 @@
 #include <windows.h>
 #include <process.h>
 
-#include <exception>
-#include <memory>
-#include <mutex>
 #include <new>
-#include <utility>
-#include <vector>
 
 #include "AsyncFileReaderPrivate.h"
+#include "AsyncReadCompletion.h"
 #include "Ostra/DiskUtils.h"
 #include "Ostra/PathUtils.h"
 #include "Ostra/Result.h"
@@ -35,7 +32,6 @@ const char kContractSource[] = "WinAsyncFileReader";
 
 const std::uint32_t kRequestPoolSize = 2048;
 const std::uint32_t kRequestIndexMask = kRequestPoolSize - 1;
-const DWORD kPoolFullRetryMs = 10;
 
 // Zero-initialised at load: every record free.
 Request sRequestPool[kRequestPoolSize];
@@ -50,16 +46,7 @@ Win::ScopedHandle sCompletionPort;
 Win::ScopedHandle sCompletionThread;
 strata::threads::ExecutorRef sReadExecutor;
 
-// Records waiting for the read thread, oldest first. The read thread swaps
-// the two lists under the mutex and issues from its own list outside it.
-// Only taken records wait, so a list with room for the whole pool never
-// overflows and queueing never allocates.
-strata::threads::Lock sReadQueueMutex;
-Request* sReadListA[kRequestPoolSize];
-Request* sReadListB[kRequestPoolSize];
-Request** sQueuedReads = sReadListA;  // guarded by sReadQueueMutex
-std::size_t sQueuedReadCount = 0;     // guarded by sReadQueueMutex
-Request** sIssuingReads = sReadListB;  // the read thread's
+AsyncRead::ReadQueue<Request, kRequestPoolSize> sReadQueue;
 
 // Most completions taken from the port in one call.
 const ULONG kCompletionBatch = 64;
@@ -71,116 +58,6 @@ const ULONG kCompletionBatch = 64;
 // asking for more than are there costs one more empty look each time,
 // which matters most with few reads in flight.
 std::atomic<long> sReadsOnTheirWay(0);
-
-// One callback to run, copied out of its record.
-struct Completion {
-  AsyncReadCompletionFunction mFunction;
-  CompletionFunctionParams mParams;
-
-  void operator()() const {
-    mFunction(mParams.mReader, mParams.mOffset, mParams.mRequestedSize, mParams.mBytesTransferred,
-              mParams.mBuffer, mParams.mContext1, mParams.mContext2, mParams.mContext3,
-              mParams.mResult);
-  }
-};
-
-// Calls inStep until memory for it can be had. A completion's callback
-// and the read thread's wake-up must never be lost (the host would wait for
-// them for ever), and the I/O threads have nothing better to do meanwhile.
-template <class Step>
-void RetryUntilMemory(Step inStep) {
-  for (;;) {
-    try {
-      inStep();
-      return;
-    } catch (const std::bad_alloc&) {
-      ::Sleep(kPoolFullRetryMs);
-    }
-  }
-}
-
-// The callbacks of one reader from one batch of completions. The busy list
-// counts them as outstanding until they have run.
-struct CallbackBatch {
-  explicit CallbackBatch(BusyList& inBusyList) : mBusyList(inBusyList) {}
-  std::uint32_t Count() const { return static_cast<std::uint32_t>(mCompletions.size()); }
-
-  BusyList& mBusyList;
-  std::vector<Completion> mCompletions;
-};
-
-// Runs a batch's callbacks in order. Each runs once even when one throws;
-// the first exception then goes on to the executor's report. However the
-// run ends, the busy list learns that the callbacks have run, last.
-void RunCallbacks(const CallbackBatch& inBatch) {
-  struct Ending {
-    const CallbackBatch& mBatch;
-    ~Ending() { mBatch.mBusyList.CallbacksEnded(mBatch.Count()); }
-  } ending{inBatch};
-  inBatch.mBusyList.CallbacksStarting();
-  std::exception_ptr failure;
-  for (const Completion& completion : inBatch.mCompletions) {
-    try {
-      completion();
-    } catch (...) {
-      if (!failure) failure = std::current_exception();
-    }
-  }
-  if (failure) std::rethrow_exception(failure);
-}
-
-// Completes inCount records of one reader (one busy list): frees them and
-// hands their callbacks to the reader's executor as one run, in the order
-// given.
-void CompleteRequests(Request* const* inRequests, std::size_t inCount) {
-  BusyList& busyList = *inRequests[0]->mBusyList;
-  strata::threads::ExecutorRef executor;
-  std::shared_ptr<CallbackBatch> batch;
-  for (std::size_t i = 0; i < inCount; ++i) {
-    const Request& request = *inRequests[i];
-    if (!request.mCompletionFunction || !request.mExecutor) continue;
-    if (!batch) {
-      RetryUntilMemory([&] {
-        batch = std::make_shared<CallbackBatch>(busyList);
-        batch->mCompletions.reserve(inCount - i);
-      });
-    }
-    const CompletionFunctionParams params = {
-        request.mReader,           request.mOffset,   request.mRequestedSize,
-        request.mBytesTransferred, request.mBuffer,   request.mContext1,
-        request.mContext2,         request.mContext3, request.mResult};
-    batch->mCompletions.push_back(Completion{request.mCompletionFunction, params});
-    executor = request.mExecutor;
-  }
-  busyList.RemoveFromBusyList(inRequests, inCount, [&]() -> std::uint32_t {
-    // From here on the records may be claimed by any thread.
-    for (std::size_t i = 0; i < inCount; ++i) inRequests[i]->mInUse.exchange(0);
-    if (!batch) return 0;
-    // Posted under the busy list's mutex, so that runs reach the executor
-    // in the order their reads left the list. A Post that throws has queued
-    // nothing.
-    RetryUntilMemory([&] { executor->Post([batch] { RunCallbacks(*batch); }); });
-    return batch->Count();
-  });
-}
-
-// Completes a batch taken from the port, one reader at a time, each
-// reader's records in the order the port gave them.
-void CompleteBatch(Request** ioBatch, std::size_t inCount) {
-  Request* group[kCompletionBatch];
-  for (std::size_t first = 0; first < inCount; ++first) {
-    if (ioBatch[first] == nullptr) continue;  // already completed with an earlier reader
-    const void* busyList = ioBatch[first]->mBusyList;
-    std::size_t grouped = 0;
-    for (std::size_t i = first; i < inCount; ++i) {
-      if (ioBatch[i] != nullptr && ioBatch[i]->mBusyList == busyList) {
-        group[grouped++] = ioBatch[i];
-        ioBatch[i] = nullptr;
-      }
-    }
-    CompleteRequests(group, grouped);
-  }
-}
 
 unsigned __stdcall CompletionLoop(void* inPort) {
   HANDLE port = static_cast<HANDLE>(inPort);
@@ -209,7 +86,7 @@ unsigned __stdcall CompletionLoop(void* inPort) {
       batch[requests++] = request;
     }
     sReadsOnTheirWay.fetch_sub(long(requests), std::memory_order_relaxed);
-    CompleteBatch(batch, requests);
+    AsyncRead::CompleteBatch<kCompletionBatch>(batch, requests);
   }
   return 0;
 }
@@ -218,14 +95,10 @@ unsigned __stdcall CompletionLoop(void* inPort) {
 // read the system refuses outright never reaches the port, so it completes
 // here with 0 bytes.
 void IssueQueuedReads() {
-  std::size_t count = 0;
-  {
-    std::lock_guard<strata::threads::Lock> lock(sReadQueueMutex);
-    std::swap(sQueuedReads, sIssuingReads);
-    std::swap(sQueuedReadCount, count);
-  }
+  Request** issuing = nullptr;
+  const std::size_t count = sReadQueue.Take(issuing);
   for (std::size_t i = 0; i < count; ++i) {
-    Request* request = sIssuingReads[i];
+    Request* request = issuing[i];
     sReadsOnTheirWay.fetch_add(1, std::memory_order_relaxed);
     // Once issued, the record may complete, be freed and be taken again.
     const BOOL done = ::ReadFile(FileOf(request), request->mBuffer, request->mRequestedSize,
@@ -235,22 +108,15 @@ void IssueQueuedReads() {
     sReadsOnTheirWay.fetch_sub(1, std::memory_order_relaxed);
     request->mResult = Win::SystemErrorToOstraResult(error);
     request->mBytesTransferred = 0;
-    CompleteRequests(&request, 1);
+    AsyncRead::CompleteRequests(&request, 1);
   }
 }
 
-// Hands a record to the read thread. Only the record that finds the queue
-// empty wakes the read thread: those queued after it, until the read
-// thread takes the queue, go with the same wake-up.
+// Hands a record to the read thread. Without the wake-up no later read
+// would be issued either.
 void QueueRead(Request* ioRequest) {
-  bool wake = false;
-  {
-    std::lock_guard<strata::threads::Lock> lock(sReadQueueMutex);
-    sQueuedReads[sQueuedReadCount++] = ioRequest;
-    wake = sQueuedReadCount == 1;
-  }
-  // Without the wake-up no later read would be issued either.
-  if (wake) RetryUntilMemory([] { sReadExecutor->Post(&IssueQueuedReads); });
+  if (sReadQueue.Push(ioRequest))
+    AsyncRead::RetryUntilMemory([] { sReadExecutor->Post(&IssueQueuedReads); });
 }
 
 // Claims a free record, spreading concurrent claimers over the pool; waits
@@ -262,7 +128,7 @@ Request* ClaimRequest() {
       std::uint32_t expected = 0;
       if (request.mInUse.compare_exchange_strong(expected, 1)) return &request;
     }
-    ::Sleep(kPoolFullRetryMs);
+    ::Sleep(AsyncRead::kRetryMs);
   }
 }
 
