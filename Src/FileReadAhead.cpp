@@ -7,6 +7,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 #include "FilePrivate.h"
@@ -27,6 +28,9 @@ strata::threads::ExecutorRef sExecutor;
 std::size_t sExecutorUsers = 0;
 
 std::atomic<std::uint64_t> sBlocksReadAhead(0);
+
+// How often Take looks at a block being read before it waits for it.
+const int kLooksBeforeWaiting = 64;
 
 // A use of the read-ahead thread; empty when it cannot be had.
 strata::threads::ExecutorRef AcquireExecutor() {
@@ -212,6 +216,14 @@ bool ReadAhead::Take(std::uint64_t inBlockStart, std::uint32_t inBlockSize, Shar
   if (found == mState->slots.end()) return false;
   const std::shared_ptr<Slot> slot = found->second;
   mState->slots.erase(found);
+  // A block being read is usually a fraction of a read away: looking again
+  // a few times costs less than the sleep and wake-up of a wait, which
+  // would come once per block of a File catching up with its read-ahead.
+  for (int look = 0; look < kLooksBeforeWaiting && slot->status == Slot::kReading; ++look) {
+    lock.unlock();
+    std::this_thread::yield();
+    lock.lock();
+  }
   // The reading thread gives every slot it took back, whatever happens.
   mState->readEnded.Wait(lock, [&slot] { return slot->status != Slot::kReading; });
   if (slot->status != Slot::kDone || slot->blockSize != inBlockSize) return false;
