@@ -7,7 +7,6 @@
 #include <cstring>
 #include <map>
 #include <mutex>
-#include <thread>
 #include <utility>
 
 #include "FilePrivate.h"
@@ -221,7 +220,7 @@ bool ReadAhead::Take(std::uint64_t inBlockStart, std::uint32_t inBlockSize, Shar
   // would come once per block of a File catching up with its read-ahead.
   for (int look = 0; look < kLooksBeforeWaiting && slot->status == Slot::kReading; ++look) {
     lock.unlock();
-    std::this_thread::yield();
+    strata::threads::YieldThread();
     lock.lock();
   }
   // The reading thread gives every slot it took back, whatever happens.

@@ -3,6 +3,8 @@
 #if defined(_WIN32)
 #  include <windows.h>
 #else
+#  include <sched.h>
+
 #  include <mutex>
 #endif
 
@@ -54,6 +56,14 @@ void RecursiveMutex::Unlock() { mImpl->mMutex.unlock(); }
 #endif
 
 std::uint32_t GetCurrentThreadNumber() { return platform::GetCurrentThreadId(); }
+
+void YieldThread() {
+#if defined(_WIN32)
+  ::SwitchToThread();
+#else
+  ::sched_yield();
+#endif
+}
 
 class Gate::PrivateImpl : public Impl {
  public:

@@ -100,6 +100,11 @@ class STRATA_API Condition {
 /// costs handles that outlive the thread).
 STRATA_API std::uint32_t GetCurrentThreadNumber();
 
+/// Gives the processor to another thread that is ready to run, if there is
+/// one. Like GetCurrentThreadNumber, it makes no per-thread object of the
+/// C++ runtime's thread library, as std::this_thread::yield would.
+STRATA_API void YieldThread();
+
 /// Lets the calling thread wait inMilliseconds; allocates nothing, so it
 /// serves for waiting out a shortage of memory.
 inline void SleepFor(std::uint32_t inMilliseconds) {
