@@ -171,9 +171,10 @@ class File::PrivateImpl : public strata::Impl {
   // Serves up to inCount bytes at inPosition block by block: from the last
   // block, else from the cache, else from disk (the block then goes to the
   // cache and is pinned). inSize is the file size the read is cut to.
-  // With ioShared (a SharedFile's reads) blocks are found by thread, AddBlock
-  // and pinning run under its mutex, and misses are read positionally. outRead counts
-  // the bytes copied even when a later block fails.
+  // With ioShared (a SharedFile's reads) blocks are found by thread,
+  // AddBlock and pinning run under its mutex, and misses are read
+  // positionally. outRead counts the bytes copied even when a later block
+  // fails.
   Result CachedRead(std::uint64_t inPosition, std::uint64_t inSize, void* outBuffer,
                     std::uint32_t inCount, std::uint32_t& outRead,
                     SharedReads* ioShared);
