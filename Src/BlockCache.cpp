@@ -116,12 +116,11 @@ const int kStreamSteps = 2;
 const std::uint64_t kStreamStride = 4;
 
 std::uint64_t NowAsFileTime() noexcept {
-  // FILETIME counts 100 ns from 1601, the system clock from 1970.
   typedef std::chrono::duration<std::int64_t, std::ratio<1, 10000000>> Ticks;
   const std::int64_t since1970 =
       std::chrono::duration_cast<Ticks>(std::chrono::system_clock::now().time_since_epoch())
           .count();
-  return static_cast<std::uint64_t>(since1970) + 116444736000000000ull;
+  return static_cast<std::uint64_t>(since1970) + kFileTimeAt1970;
 }
 
 // The same blocks for every File on one version of a file.

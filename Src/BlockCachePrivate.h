@@ -22,6 +22,10 @@
 
 namespace Ostra {
 
+// FILETIME counts 100 ns from 1601; this is 1970, where the C library's
+// clocks start.
+constexpr std::uint64_t kFileTimeAt1970 = 116444736000000000ull;
+
 // Zero in a field means the file system did not say.
 struct FileIdentity {
   std::uint64_t volume = 0;      // the volume's serial number

@@ -266,7 +266,7 @@ Result SharedFile::ReadAt(void* outBuffer, std::int64_t inOffset, std::uint32_t 
   const std::uint64_t offset = static_cast<std::uint64_t>(inOffset);
   if (mImpl->IsCached())
     return mImpl->CachedRead(offset, SizeOnDisk(), outBuffer, inCount, outRead,
-                             &mSharedImpl->mReads);
+                             mImpl->mShared.get());
   if (inCount == 0) return kSuccess;
   return ReadAtOffset(mImpl->mHandle.Get(), offset, outBuffer, inCount, outRead);
 }
@@ -353,7 +353,7 @@ void File::Close() {
   }
   mImpl->mFileBuffer.Reset();
   mImpl->mLastBlock.reset();
-  if (mImpl->mThreadBlocks) mImpl->mThreadBlocks->Clear();
+  if (mImpl->mShared) mImpl->mShared->blocks.Clear();
   mImpl->mKnownSize.store(0);
 }
 
@@ -507,15 +507,13 @@ void ThreadBlocks::Clear() {
   }
 }
 
-SharedFile::SharedFile() : mSharedImpl(new PrivateImpl) {
-  mImpl->mThreadBlocks = &mSharedImpl->mReads.blocks;
+SharedFile::SharedFile() : mSharedImpl(nullptr) {
+  // Both made before either is kept: a failed allocation leaks neither.
+  std::unique_ptr<SharedReads> shared(new SharedReads);
+  mSharedImpl = new PrivateImpl;
+  mImpl->mShared = std::move(shared);
 }
 
-SharedFile::~SharedFile() {
-  // The File's Close, which comes after, must not reach the blocks.
-  Close();
-  mImpl->mThreadBlocks = nullptr;
-  delete mSharedImpl;
-}
+SharedFile::~SharedFile() { delete mSharedImpl; }
 
 }  // namespace Ostra

@@ -237,9 +237,10 @@ class File::PrivateImpl : public strata::Impl {
   std::uint64_t mHitStart = 0;
   std::uint64_t mHitLength = 0;
 
-  // A SharedFile's blocks by reading thread (its SharedFile::PrivateImpl
-  // owns them), let go on Close; null for a plain File.
-  ThreadBlocks* mThreadBlocks = nullptr;
+  // A SharedFile's state for ReadAt, whose blocks Close lets go; null for a
+  // plain File. Kept here rather than in SharedFile's own object, so that
+  // File::Close reaches it.
+  std::unique_ptr<SharedReads> mShared;
 
   // Blocks to read ahead of a sequential File::Read; 0: none. Kept across Close.
   std::uint32_t mReadAheadBlocks = 0;
@@ -249,9 +250,7 @@ class File::PrivateImpl : public strata::Impl {
   bool mReadAheadRefused = false;
 };
 
-class SharedFile::PrivateImpl : public strata::Impl {
- public:
-  SharedReads mReads;
-};
+// Empty: what ReadAt shares is File::PrivateImpl::mShared.
+class SharedFile::PrivateImpl : public strata::Impl {};
 
 }  // namespace Ostra

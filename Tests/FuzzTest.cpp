@@ -22,17 +22,6 @@ using OstraTest::Fuzzer;
 using OstraTest::kFuzzInputs;
 using OstraTest::PathText;
 
-// Ends the test at the first rule the input breaks, naming the rule, the
-// seed and the input.
-#define FUZZ_EXPECT_RULES(rules, fuzz, index, input)                                       \
-  do {                                                                                     \
-    if (const char* broken = (rules)) {                                                    \
-      ADD_FAILURE() << broken << "\n  " << (fuzz).Where(index) << ": \""                   \
-                    << ::OstraTest::Show(input) << "\"";                                   \
-      return;                                                                              \
-    }                                                                                      \
-  } while (0)
-
 TEST(Fuzz, PathPartsSplitAndJoinAgreeAndTheNormalFormIsStable) {
   Fuzzer fuzz("path parts");
   for (int i = 0; i < kFuzzInputs; ++i) {

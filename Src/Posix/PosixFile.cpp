@@ -38,7 +38,7 @@ Result ErrnoToResult(int inError) {
 // FILETIME units, as on Windows: 100 ns since 1601.
 std::uint64_t FromTimespec(const struct timespec& inTime) {
   if (inTime.tv_sec < 0) return 0;
-  return (static_cast<std::uint64_t>(inTime.tv_sec) + 11644473600ull) * 10000000ull +
+  return kFileTimeAt1970 + static_cast<std::uint64_t>(inTime.tv_sec) * 10000000ull +
          static_cast<std::uint64_t>(inTime.tv_nsec) / 100;
 }
 

@@ -28,14 +28,24 @@ std::string Show(const std::basic_string<Char, Traits, Alloc>& inText) {
   return shown;
 }
 
+// Fails the test with what was broken, the seed and the input, and ends it.
+#define FUZZ_FAIL(broken, fuzz, index, input)                                         \
+  do {                                                                                \
+    ADD_FAILURE() << (broken) << "\n  " << (fuzz).Where(index) << ": \""              \
+                  << ::OstraTest::Show(input) << "\"";                                \
+    return;                                                                           \
+  } while (0)
+
 // Ends the test at the first broken rule, naming the seed and the input.
 #define FUZZ_EXPECT(condition, fuzz, index, input)                                    \
   do {                                                                                \
-    if (!(condition)) {                                                               \
-      ADD_FAILURE() << #condition << "\n  " << (fuzz).Where(index) << ": \""           \
-                    << ::OstraTest::Show(input) << "\"";                               \
-      return;                                                                         \
-    }                                                                                 \
+    if (!(condition)) FUZZ_FAIL(#condition, fuzz, index, input);                      \
+  } while (0)
+
+// The same for a rule of Fuzz/Rules.h, which names itself when broken.
+#define FUZZ_EXPECT_RULES(rules, fuzz, index, input)                                  \
+  do {                                                                                \
+    if (const char* broken_ = (rules)) FUZZ_FAIL(broken_, fuzz, index, input);        \
   } while (0)
 
 // Inputs per family of a fuzz test.
