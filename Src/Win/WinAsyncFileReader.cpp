@@ -110,12 +110,6 @@ void IssueQueuedReads() {
     request->mBytesTransferred = 0;
     AsyncRead::CompleteRequests(&request, 1);
   }
-  // Wine carries out an overlapped read of a disk file on the issuing
-  // thread, the next time that thread waits in the system; idle on the
-  // executor's condition it must be interrupted by a signal for each read.
-  // A zero alertable sleep runs the batch's reads here in one go (a 1 MiB
-  // read costs a quarter less); on Windows it is one cheap call per batch.
-  if (count > 0) ::SleepEx(0, TRUE);
 }
 
 // Hands a record to the read thread. Without the wake-up no later read
