@@ -12,7 +12,6 @@
 #include "FilePrivate.h"
 #include "Ostra/Result.h"
 #include "strata/Allocator.h"
-#include "strata/Utility.h"
 
 namespace Ostra {
 
@@ -29,9 +28,8 @@ std::size_t sExecutorUsers = 0;
 
 std::atomic<std::uint64_t> sBlocksReadAhead(0);
 
-// How long Take looks again at a block being read before it sleeps: about
-// what reading a 2 MiB block from the system's cache takes.
-const double kLookingSeconds = 0.001;
+// How often Take looks at a block being read before it waits for it.
+const int kLooksBeforeWaiting = 64;
 
 // A use of the read-ahead thread; empty when it cannot be had.
 strata::threads::ExecutorRef AcquireExecutor() {
@@ -82,12 +80,10 @@ struct ReadAhead::State {
   std::uint64_t pointer = 0;
 
   Lock lock;
-  // Notified when a read ends while someone waits on it; guarded by lock,
-  // like everything below.
+  // Notified whenever a read ends; guarded by lock, like everything below.
   strata::threads::Condition readEnded;
   std::map<std::uint64_t, std::shared_ptr<Slot>> slots;
   int reading = 0;
-  int waiting = 0;
   bool shutDown = false;
 };
 
@@ -121,7 +117,6 @@ void ReadAhead::State::ReadOne(const std::shared_ptr<State>& inState, std::uint6
     // Out of memory: the File reads this block itself.
     block.reset();
   }
-  bool waited = false;
   {
     std::lock_guard<Lock> lock(state.lock);
     slot->status = block ? Slot::kDone : Slot::kFailed;
@@ -129,11 +124,8 @@ void ReadAhead::State::ReadOne(const std::shared_ptr<State>& inState, std::uint6
     slot->valid = valid;
     slot->fromDisk = true;
     --state.reading;
-    waited = state.waiting > 0;
   }
-  // A wake-up costs this thread a system call, and a sleeping processor
-  // more: only when somebody sleeps.
-  if (waited) state.readEnded.NotifyAll();
+  state.readEnded.NotifyAll();
 }
 
 std::unique_ptr<ReadAhead> ReadAhead::Start(NativeFile inFileHandle) {
@@ -160,9 +152,7 @@ ReadAhead::~ReadAhead() {
     std::unique_lock<Lock> lock(mState->lock);
     mState->shutDown = true;
     mState->slots.clear();
-    ++mState->waiting;
     mState->readEnded.Wait(lock, [this] { return mState->reading == 0; });
-    --mState->waiting;
     mState->handle.Close();
   }
   if (mExecutor) ReleaseExecutor(mExecutor);
@@ -225,24 +215,16 @@ bool ReadAhead::Take(std::uint64_t inBlockStart, std::uint32_t inBlockSize, Shar
   if (found == mState->slots.end()) return false;
   const std::shared_ptr<Slot> slot = found->second;
   mState->slots.erase(found);
-  // A block being read is at most a read away: looking again, yielding to
-  // any other work, costs less than the sleep and wake-up of a wait, which
-  // would come once per block of a File catching up with its read-ahead
-  // (and, on a virtual machine, wake a halted processor each time).
-  if (slot->status == Slot::kReading) {
-    typedef strata::utility::HighPrecisionTime Clock;
-    const std::uint64_t start = Clock::GetCurrentTimeStamp();
-    do {
-      lock.unlock();
-      strata::threads::YieldThread();
-      lock.lock();
-    } while (slot->status == Slot::kReading &&
-             Clock::ToSeconds(Clock::GetCurrentTimeStamp() - start) < kLookingSeconds);
+  // A block being read is usually a fraction of a read away: looking again
+  // a few times costs less than the sleep and wake-up of a wait, which
+  // would come once per block of a File catching up with its read-ahead.
+  for (int look = 0; look < kLooksBeforeWaiting && slot->status == Slot::kReading; ++look) {
+    lock.unlock();
+    strata::threads::YieldThread();
+    lock.lock();
   }
   // The reading thread gives every slot it took back, whatever happens.
-  ++mState->waiting;
   mState->readEnded.Wait(lock, [&slot] { return slot->status != Slot::kReading; });
-  --mState->waiting;
   if (slot->status != Slot::kDone || slot->blockSize != inBlockSize) return false;
   outBlock = std::move(slot->block);
   outValid = slot->valid;
