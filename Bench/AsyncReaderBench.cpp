@@ -41,6 +41,8 @@ std::wstring MakeBenchFile() {
     written = ::WriteFile(file, chunk.data(), static_cast<DWORD>(chunk.size()), &count, nullptr) &&
               count == chunk.size();
   }
+  // On disk before any pass, as in FileBench.
+  written = written && ::FlushFileBuffers(file);
   ::CloseHandle(file);
   if (!written) ::DeleteFileW(path.c_str());
   return written ? path : std::wstring();
